@@ -1,0 +1,99 @@
+#include "core/command_loop.h"
+
+#include "core/line_reader.h"
+#include "core/process_state.h"
+#include "core/text.h"
+
+namespace brindlemar {
+namespace {
+
+// Requests nest a few levels at most. Deeper texts are refused before parsing, since building a
+// tree of millions of nested arrays from one hostile line would stall the loop for minutes.
+constexpr int kMaxRequestNesting = 512;
+
+bool nestingWithinLimit(std::string_view text) {
+    int depth = 0;
+    bool inString = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        char c = text[i];
+        if (inString) {
+            if (c == '\\') {
+                ++i;
+            } else if (c == '"') {
+                inString = false;
+            }
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '[' || c == '{') {
+            if (++depth > kMaxRequestNesting) return false;
+        } else if (c == ']' || c == '}') {
+            --depth;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+CommandLoop::CommandLoop(CommandTable table, CommandContext context, int inputFd)
+    : table_(std::move(table)), context_(context), inputFd_(inputFd) {}
+
+void CommandLoop::addEndOfInputStep(std::function<void()> step) {
+    endOfInputSteps_.push_back(std::move(step));
+}
+
+void CommandLoop::serve() {
+    LineReader reader(inputFd_);
+    while (auto line = reader.next()) handleLine(*line);
+    for (auto& step : endOfInputSteps_) step();
+}
+
+void CommandLoop::handleLine(std::string_view line) {
+    std::string_view trimmed = trimHorizontalSpace(line);
+    if (trimmed.empty()) return;
+
+    if (!nestingWithinLimit(trimmed)) {
+        context_.state.out.emitError("bad request");
+        return;
+    }
+    Json request = Json::parse(trimmed, nullptr, /*allow_exceptions=*/false);
+    if (request.is_discarded() || !request.is_object()) {
+        context_.state.out.emitError("bad request");
+        return;
+    }
+    auto cmd = request.find("cmd");
+    if (cmd == request.end() || !cmd->is_string()) {
+        context_.state.out.emitError("bad request");
+        return;
+    }
+    dispatch(cmd->get_ref<const std::string&>(), request);
+}
+
+void CommandLoop::dispatch(std::string_view name, const Json& request) {
+    const Handler* handler = table_.find(name);
+    if (handler == nullptr) {
+        context_.state.out.emitError(std::string("unknown cmd: ").append(name));
+        return;
+    }
+    Fields fields(request);
+    Status status = (*handler)(fields, context_);
+    if (!status.ok()) reportFailure(name, fields, status.error());
+}
+
+void CommandLoop::reportFailure(std::string_view name, const Fields& request, const Error& error) {
+    auto& out = context_.state.out;
+    if (name.starts_with("semantic_")) {
+        auto limit = static_cast<std::size_t>(context_.state.semanticMaxText);
+        out.emitLine(Json{
+            {"type", "semantic_status"},
+            {"protocol", 1},
+            {"request_id", boundedText(valueText(request.find("request_id")), limit)},
+            {"granted", false},
+            {"reason", boundedText(error.message, limit)},
+        });
+        return;
+    }
+    out.emitError(error.message);
+}
+
+}  // namespace brindlemar

@@ -68,6 +68,10 @@ HelperProcess::HelperProcess(HelperOptions options) {
         std::ofstream(scenePath_) << *options.sceneJson;
         env.push_back("BRINDLEMAR_SIM_SCENE=" + scenePath_);
     }
+    if (options.simControl) {
+        env.push_back("BRINDLEMAR_SIM_SOCKET=" + socketPath());
+        env.push_back("BRINDLEMAR_SIM_JOURNAL=" + journalPath());
+    }
     for (const auto& [key, value] : options.environment) env.push_back(key + "=" + value);
 
     std::vector<std::string> args{helperBinary()};

@@ -33,6 +33,8 @@ struct HelperOptions {
     std::optional<std::string> sceneJson;            // written to a file, BRINDLEMAR_SIM_SCENE
     bool simBackend = true;                          // BRINDLEMAR_BACKEND=sim
     std::vector<int> inheritedFds;                   // kept open in the child
+    // Gives the simulated desktop a control socket and a journal file in the work directory.
+    bool simControl = false;
 };
 
 // The helper binary running as a child with pipes on its standard streams.
@@ -69,6 +71,9 @@ public:
     pid_t pid() const { return pid_; }
     const std::string& scenePath() const { return scenePath_; }
     const std::string& workDirectory() const { return workDir_; }
+    // Paths of the control socket and journal when `simControl` was asked for.
+    std::string socketPath() const { return workDir_ + "/control.sock"; }
+    std::string journalPath() const { return workDir_ + "/journal.jsonl"; }
 
 private:
     bool fillOutput(std::chrono::steady_clock::time_point deadline);

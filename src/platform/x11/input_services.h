@@ -1,0 +1,24 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/accessibility.h"
+#include "platform/pasteboards.h"
+#include "platform/synthetic_events.h"
+#include "platform/window_list.h"
+#include "platform/workspace.h"
+
+// The input half of the X11 desktop: synthetic events through XTest, the window list, window
+// raising, application activation and the drag pasteboard. Each factory borrows the connection,
+// which must outlive the service it returns.
+namespace brindlemar::platform::x11 {
+
+class X11Connection;
+
+std::unique_ptr<EventPoster> makeEventPoster(X11Connection&);
+std::unique_ptr<WindowList> makeWindowList(X11Connection&);
+std::unique_ptr<Accessibility> makeAccessibility(X11Connection&);
+std::unique_ptr<Workspace> makeWorkspace(X11Connection&);
+std::unique_ptr<Pasteboards> makePasteboards(X11Connection&);
+
+}  // namespace brindlemar::platform::x11

@@ -17,6 +17,9 @@
 #include "core/process_state.h"
 #include "platform/desktop.h"
 #include "platform/sim/sim_backend.h"
+#ifdef BRINDLEMAR_HAVE_X11
+#include "platform/x11/x11_backend.h"
+#endif
 
 namespace {
 
@@ -26,8 +29,10 @@ using brindlemar::platform::Desktop;
 constexpr int kStartupFailureStatus = 2;
 
 std::string chosenBackend() {
-    if (const char* name = std::getenv("BRINDLEMAR_BACKEND")) return name;
-    if (std::getenv("BRINDLEMAR_SIM_SCENE") != nullptr) return "sim";
+    if (const char* name = std::getenv("BRINDLEMAR_BACKEND"))
+        return name;
+    if (std::getenv("BRINDLEMAR_SIM_SCENE") != nullptr)
+        return "sim";
 #ifdef __APPLE__
     return "macos";
 #else
@@ -40,13 +45,17 @@ Expected<std::unique_ptr<Desktop>> createDesktop(const std::string& backend) {
         return brindlemar::platform::sim::createSimDesktop(
             brindlemar::platform::sim::simOptionsFromEnvironment());
     }
+#ifdef BRINDLEMAR_HAVE_X11
+    if (backend == "x11")
+        return brindlemar::platform::x11::createX11Desktop();
+#endif
     if (backend == "x11" || backend == "macos") {
         return brindlemar::Error{"brindlemar", 0,
                                  "backend " + backend + " is not available in this build"};
     }
-    return brindlemar::Error{"brindlemar", 0,
-                             "unknown BRINDLEMAR_BACKEND \"" + backend +
-                                 "\" (expected sim, x11 or macos)"};
+    return brindlemar::Error{
+        "brindlemar", 0,
+        "unknown BRINDLEMAR_BACKEND \"" + backend + "\" (expected sim, x11 or macos)"};
 }
 
 [[noreturn]] void runFileDropChild(int argc, char** argv) {
@@ -64,7 +73,8 @@ int main(int argc, char** argv) {
 
     brindlemar::ProcessState state(STDOUT_FILENO, std::getenv("PLOVEN_CONTROL_CANCEL_FD"));
 
-    if (argc >= 2 && std::strcmp(argv[1], "--file-drop") == 0) runFileDropChild(argc - 2, argv + 2);
+    if (argc >= 2 && std::strcmp(argv[1], "--file-drop") == 0)
+        runFileDropChild(argc - 2, argv + 2);
 
     auto desktop = createDesktop(chosenBackend());
     if (!desktop) {

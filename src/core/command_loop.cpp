@@ -44,8 +44,10 @@ void CommandLoop::addEndOfInputStep(std::function<void()> step) {
 
 void CommandLoop::serve() {
     LineReader reader(inputFd_);
-    while (auto line = reader.next()) handleLine(*line);
-    for (auto& step : endOfInputSteps_) step();
+    while (auto line = reader.next())
+        handleLine(*line);
+    for (auto& step : endOfInputSteps_)
+        step();
 }
 
 void CommandLoop::handleLine(std::string_view line) {

@@ -12,7 +12,7 @@ namespace brindlemar {
 // `serve`: reads requests line by line from the input descriptor, dispatches each to its
 // handler one at a time in order, and applies the failure rule. Returns when input ends.
 class CommandLoop {
-public:
+  public:
     CommandLoop(CommandTable table, CommandContext context, int inputFd);
 
     // A step run once input has ended, before `serve` returns (e.g. stopping a running watch).
@@ -22,7 +22,7 @@ public:
     // Handles one line as read (terminator already removed).
     void handleLine(std::string_view line);
 
-private:
+  private:
     void dispatch(std::string_view name, const Json& request);
     void reportFailure(std::string_view name, const Fields& request, const Error& error);
 

@@ -19,7 +19,8 @@ const Handler* CommandTable::find(std::string_view name) const {
 std::vector<std::string> CommandTable::names() const {
     std::vector<std::string> result;
     result.reserve(rows_.size());
-    for (const auto& row : rows_) result.push_back(row.first);
+    for (const auto& row : rows_)
+        result.push_back(row.first);
     return result;
 }
 

@@ -32,13 +32,13 @@ using Handler = std::function<Status(const Fields& request, CommandContext& cont
 
 // Command names and their handlers, in the loop's order of comparison.
 class CommandTable {
-public:
+  public:
     void add(std::string name, Handler handler);
     // Exact, case-sensitive match of the whole name; null when the name is in no row.
     const Handler* find(std::string_view name) const;
     std::vector<std::string> names() const;
 
-private:
+  private:
     std::vector<std::pair<std::string, Handler>> rows_;
 };
 

@@ -20,9 +20,9 @@ inline constexpr const char* kBrindlemarDomain = "brindlemar";
 // A value or the Error that prevented it.
 template <class T>
 class Expected {
-public:
-    Expected(T value) : state_(std::move(value)) {}          // NOLINT(google-explicit-constructor)
-    Expected(Error error) : state_(std::move(error)) {}      // NOLINT(google-explicit-constructor)
+  public:
+    Expected(T value) : state_(std::move(value)) {}      // NOLINT(google-explicit-constructor)
+    Expected(Error error) : state_(std::move(error)) {}  // NOLINT(google-explicit-constructor)
 
     bool ok() const { return std::holds_alternative<T>(state_); }
     explicit operator bool() const { return ok(); }
@@ -38,13 +38,13 @@ public:
     const Error& error() const { return std::get<Error>(state_); }
     Error&& takeError() && { return std::get<Error>(std::move(state_)); }
 
-private:
+  private:
     std::variant<T, Error> state_;
 };
 
 // Success, or the Error of a failed operation that returns nothing.
 class Status {
-public:
+  public:
     Status() = default;
     Status(Error error) : error_(std::move(error)), failed_(true) {}  // NOLINT
 
@@ -53,7 +53,7 @@ public:
     explicit operator bool() const { return ok(); }
     const Error& error() const { return error_; }
 
-private:
+  private:
     Error error_;
     bool failed_ = false;
 };

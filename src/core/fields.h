@@ -13,7 +13,7 @@ namespace brindlemar {
 // protocol's conventions. A value of the wrong JSON type counts as absent, so no field ever
 // produces an error of its own: the caller falls back to its default or its check error.
 class Fields {
-public:
+  public:
     explicit Fields(const nlohmann::json& object) : object_(object) {}
 
     // A JSON number or boolean as a signed 64-bit integer, fraction dropped.
@@ -46,7 +46,7 @@ public:
     const nlohmann::json* find(std::string_view key) const;
     const nlohmann::json& whole() const { return object_; }
 
-private:
+  private:
     const nlohmann::json& object_;
 };
 

@@ -11,13 +11,13 @@ namespace brindlemar {
 // directly before it belonging to the terminator; a last line without a terminator still counts.
 // Every byte is scanned once, so a line of many megabytes costs linear time.
 class LineReader {
-public:
+  public:
     explicit LineReader(int fd, std::size_t chunkSize = 64 * 1024);
 
     // The next line without its terminator, valid until the next call; none at end of input.
     std::optional<std::string_view> next();
 
-private:
+  private:
     bool fill();  // reads more bytes; false at end of input or on a read error
 
     int fd_;

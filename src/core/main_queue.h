@@ -10,13 +10,13 @@ namespace brindlemar {
 // The main thread's queue: work that must run on the main thread is posted here and run in
 // order by `run`, which the main thread calls once and which returns after `finish`.
 class MainQueue {
-public:
+  public:
     void post(std::function<void()> work);
     // Serves posted work until `finish` is called; work posted before `finish` still runs.
     void run();
     void finish();
 
-private:
+  private:
     std::mutex lock_;  // guards queue_ and finished_
     std::condition_variable ready_;
     std::deque<std::function<void()>> queue_;

@@ -1,5 +1,7 @@
 #include "core/output_channel.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/uio.h>
 
 #include <cerrno>
@@ -46,6 +48,19 @@ void writeAll(int fd, iovec* parts, int count) {
 }
 
 }  // namespace
+
+OutputChannel::OutputChannel(int fd) : stdout_(fd) {
+#ifdef F_SETPIPE_SZ
+    // 1 MiB is the largest size an unprivileged process may ask for by default; asking for more
+    // fails, and then the next smaller size is tried.
+    struct stat info {};
+    if (::fstat(fd, &info) == 0 && S_ISFIFO(info.st_mode)) {
+        for (int size = 1 << 20; size > (1 << 16); size /= 2) {
+            if (::fcntl(fd, F_SETPIPE_SZ, size) >= 0) break;
+        }
+    }
+#endif
+}
 
 std::string serialiseRecord(const Json& record) {
     if (hasNonFiniteNumber(record)) return {};

@@ -16,8 +16,10 @@ using Json = nlohmann::json;
 // ("frame", "nal") carry their raw bytes directly behind the line feed. A whole record is
 // written under `outLock`, so records from different threads never interleave.
 class OutputChannel {
-public:
-    explicit OutputChannel(int fd) : stdout_(fd) {}
+  public:
+    // Binds the channel to `fd`. When it is a pipe, its buffer is enlarged so that large payloads
+    // cross in few writes and few context switches.
+    explicit OutputChannel(int fd);
     OutputChannel(const OutputChannel&) = delete;
     OutputChannel& operator=(const OutputChannel&) = delete;
 
@@ -30,7 +32,7 @@ public:
 
     int fd() const { return stdout_; }
 
-private:
+  private:
     void writeLocked(std::string_view line, std::span<const std::uint8_t> payload);
 
     const int stdout_;

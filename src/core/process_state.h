@@ -24,7 +24,7 @@ std::int32_t parseCancelDescriptor(const char* value);
 // is read and written only under `fileDropLock`. Every other member belongs to the command-loop
 // thread and is touched by no other thread.
 class ProcessState {
-public:
+  public:
     // Binds the output channel to `stdoutFd` and reads the cancellation descriptor from
     // `cancelFdVariable` (the value of PLOVEN_CONTROL_CANCEL_FD, or null when unset).
     ProcessState(int stdoutFd, const char* cancelFdVariable);

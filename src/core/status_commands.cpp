@@ -9,7 +9,8 @@ namespace {
 Status answerPermission(const Fields& request, CommandContext& context,
                         platform::Permission permission) {
     auto& service = context.desktop.permissions();
-    bool granted = request.flag("request") ? service.request(permission) : service.check(permission);
+    bool granted =
+        request.flag("request") ? service.request(permission) : service.check(permission);
     context.state.out.emitLine(Json{{"type", "permission"}, {"granted", granted}});
     return {};
 }

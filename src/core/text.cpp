@@ -114,7 +114,8 @@ std::string_view trimHorizontalSpace(std::string_view text) {
     std::size_t end = text.size();
     while (end > begin) {
         std::size_t start = end - 1;
-        while (start > begin && (static_cast<unsigned char>(text[start]) & 0xC0) == 0x80) --start;
+        while (start > begin && (static_cast<unsigned char>(text[start]) & 0xC0) == 0x80)
+            --start;
         utf8proc_int32_t codepoint = 0;
         std::ptrdiff_t length = decodeAt(text, start, codepoint);
         if (codepoint < 0 || start + static_cast<std::size_t>(length) != end ||

@@ -14,7 +14,7 @@ namespace brindlemar::platform {
 // A retained reference to an accessibility element of another process. The backend derives its
 // own handle; the element is released when the last copy goes away.
 class AXElementHandle {
-public:
+  public:
     virtual ~AXElementHandle() = default;
 };
 using AXElement = std::shared_ptr<const AXElementHandle>;
@@ -32,7 +32,7 @@ using AXAttributeValue = std::variant<std::monostate, bool, double, std::string,
 inline constexpr const char* kAccessibilityErrorDomain = "accessibility";
 
 class Accessibility {
-public:
+  public:
     virtual ~Accessibility() = default;
     // The element of the application with that pid (creating it never fails).
     virtual AXElement applicationElement(std::int32_t pid) = 0;

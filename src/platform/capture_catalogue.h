@@ -18,18 +18,18 @@ struct OwningApplication {
 // A window as the screen-capture catalogue lists it.
 struct CatalogueWindow {
     std::uint32_t id = 0;
-    Rect frame;                               // points
-    std::optional<std::string> title;         // absent: the window has no title
-    std::int64_t layer = 0;                   // 0: normal application window
+    Rect frame;                        // points
+    std::optional<std::string> title;  // absent: the window has no title
+    std::int64_t layer = 0;            // 0: normal application window
     bool onScreen = true;
-    std::optional<OwningApplication> owner;   // absent: no owning application
+    std::optional<OwningApplication> owner;  // absent: no owning application
 };
 
 // A display as the screen-capture catalogue lists it.
 struct CatalogueDisplay {
     std::uint32_t id = 0;
-    Rect frame;               // points
-    std::int64_t width = 0;   // integer size in points
+    Rect frame;              // points
+    std::int64_t width = 0;  // integer size in points
     std::int64_t height = 0;
 };
 
@@ -47,7 +47,7 @@ struct WindowFilterGeometry {
 };
 
 class CaptureCatalogue {
-public:
+  public:
     virtual ~CaptureCatalogue() = default;
     // Fails with the system's own error, e.g. without screen-recording permission.
     virtual Expected<ShareableContent> shareableContent() = 0;

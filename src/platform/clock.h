@@ -6,7 +6,7 @@ namespace brindlemar::platform {
 // timing, expiry). A simulated desktop may move it independently of real time; timers and sleeps
 // still run in real time.
 class Clock {
-public:
+  public:
     virtual ~Clock() = default;
     // Seconds since 1970-01-01 00:00 UTC.
     virtual double now() = 0;

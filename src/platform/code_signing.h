@@ -18,7 +18,7 @@ struct SigningInformation {
 
 // The code object of one running process.
 class RunningCode {
-public:
+  public:
     virtual ~RunningCode() = default;
     // Dynamic validity of the running code, checked without a requirement.
     virtual bool isValid() = 0;
@@ -32,7 +32,7 @@ public:
 };
 
 class CodeSigning {
-public:
+  public:
     virtual ~CodeSigning() = default;
     // The prefix of application identities on this platform ("macos", "linux").
     virtual std::string identityNamespace() = 0;

@@ -17,7 +17,7 @@ namespace brindlemar::platform {
 // answers questions and performs effects; every decision of the protocol is made by the caller.
 // Services are safe to call from any thread unless a service says otherwise.
 class Desktop {
-public:
+  public:
     virtual ~Desktop() = default;
 
     virtual Clock& clock() = 0;

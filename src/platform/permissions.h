@@ -6,7 +6,7 @@ enum class Permission { ScreenRecording, Accessibility, InputMonitoring };
 
 // The three privacy permissions as the system grants them to this process.
 class PermissionService {
-public:
+  public:
     virtual ~PermissionService() = default;
     // Answers without any user interface whether the permission is granted now.
     virtual bool check(Permission permission) = 0;

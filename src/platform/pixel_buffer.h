@@ -11,7 +11,7 @@ namespace brindlemar::platform {
 // R, G, B, A with colour premultiplied by alpha. The memory is not zeroed on allocation: the
 // producer writes every byte, and the buffer can travel to the output channel without a copy.
 class PixelBuffer {
-public:
+  public:
     PixelBuffer() = default;
     PixelBuffer(std::int64_t width, std::int64_t height)
         : width_(width),
@@ -28,7 +28,7 @@ public:
     std::span<const std::uint8_t> bytes() const { return {data(), size()}; }
     bool empty() const { return width_ < 1 || height_ < 1; }
 
-private:
+  private:
     static std::size_t byteCount(std::int64_t w, std::int64_t h) {
         return w > 0 && h > 0 ? static_cast<std::size_t>(w) * static_cast<std::size_t>(h) * 4 : 0;
     }

@@ -24,7 +24,7 @@ struct ScreenshotConfiguration {
 };
 
 class ScreenshotService {
-public:
+  public:
     virtual ~ScreenshotService() = default;
     // An image of exactly the configured pixel size, or the system's error.
     virtual Expected<PixelBuffer> captureImage(const CaptureFilter& filter,

@@ -48,7 +48,7 @@ struct SyntheticEvent {
     std::uint64_t flags = 0;
     std::optional<std::uint16_t> keyCode;
     std::optional<bool> keyDown;
-    std::optional<std::string> unicode;             // UTF-8 text attached to a key event
+    std::optional<std::string> unicode;                // UTF-8 text attached to a key event
     std::optional<std::array<std::int32_t, 2>> wheel;  // [vertical, horizontal], pixels
     std::optional<std::uint32_t> windowUnderPointer;
 };
@@ -63,7 +63,7 @@ struct EventTarget {
 };
 
 class EventPoster {
-public:
+  public:
     virtual ~EventPoster() = default;
     // Creates the event and posts it; false when the event could not be created.
     virtual bool post(const SyntheticEvent& event, EventTarget target) = 0;

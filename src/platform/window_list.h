@@ -18,7 +18,7 @@ struct WindowListEntry {
 // The window server's view: every window, on screen or not, and the display geometry in the
 // coordinate space of event locations.
 class WindowList {
-public:
+  public:
     virtual ~WindowList() = default;
     // The first description of the list asked for that window alone; absent for an empty list.
     virtual std::optional<WindowListEntry> describeWindow(std::uint32_t id) = 0;

@@ -7,7 +7,7 @@ namespace brindlemar::platform {
 
 // Running applications as the workspace knows them.
 class Workspace {
-public:
+  public:
     virtual ~Workspace() = default;
     // Launch time in seconds since 1970 of the running application with that pid; absent when
     // the pid is not a running application or it has no launch date.

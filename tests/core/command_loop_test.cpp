@@ -62,8 +62,10 @@ TEST(CommandLoop, LineFramingAndTrimming) {
     helper.write("\n   \n\t\t\n\r\n");
     helper.write(" \t {\"cmd\":\"ping\"} \t \r\n");
     helper.write("\xe3\x80\x80{\"cmd\":\"ping\"}\xc2\xa0\n");
-    helper.write("{\"cmd\":\"ping\",\"extra\":[1,{\"a\":2}]," "\"deep\":" +
-                 std::string(100, '[') + std::string(100, ']') + "}\n");
+    helper.write(
+        "{\"cmd\":\"ping\",\"extra\":[1,{\"a\":2}],"
+        "\"deep\":" +
+        std::string(100, '[') + std::string(100, ']') + "}\n");
     for (int i = 0; i < 3; ++i) {
         auto record = helper.read();
         ASSERT_TRUE(record);
@@ -115,7 +117,10 @@ TEST(CommandLoop, PipelinedRequestsAreAnsweredInOrder) {
     std::thread writer([&] {
         std::string batch;
         for (int i = 0; i < kRequests; ++i) {
-            batch += i % 2 == 0 ? R"({"cmd":"ping"})" "\n" : R"({"cmd":"capabilities"})" "\n";
+            batch += i % 2 == 0 ? R"({"cmd":"ping"})"
+                                  "\n"
+                                : R"({"cmd":"capabilities"})"
+                                  "\n";
         }
         helper.write(batch);
     });
@@ -163,7 +168,7 @@ TEST(Permissions, CheckAndRequestFollowTheFlag) {
 
 // A loop over a table of test commands, writing to a pipe that the test reads.
 class LoopWithTable : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         ASSERT_EQ(::pipe(fds_), 0);
         auto made = platform::sim::createSimDesktop({});
@@ -177,12 +182,14 @@ protected:
     }
     std::vector<Json> run(CommandTable table, const std::vector<std::string>& lines) {
         CommandLoop loop(std::move(table), CommandContext{*state_, *desktop_, queue_}, -1);
-        for (const auto& line : lines) loop.handleLine(line);
+        for (const auto& line : lines)
+            loop.handleLine(line);
         ::fcntl(fds_[0], F_SETFL, O_NONBLOCK);
         std::string output;
         char chunk[4096];
         ssize_t n;
-        while ((n = ::read(fds_[0], chunk, sizeof chunk)) > 0) output.append(chunk, n);
+        while ((n = ::read(fds_[0], chunk, sizeof chunk)) > 0)
+            output.append(chunk, n);
         std::vector<Json> records;
         std::size_t start = 0, end;
         while ((end = output.find('\n', start)) != std::string::npos) {
@@ -206,14 +213,17 @@ TEST_F(LoopWithTable, FailureRuleDependsOnTheCommandName) {
     table.add("semantic_snapshot", failing);
     table.add("grab", failing);
     std::string longId(300, 'i');
-    auto records = run(std::move(table),
-                       {R"({"cmd":"semantic_snapshot","request_id":42})",
-                        R"({"cmd":"semantic_snapshot"})",
-                        R"({"cmd":"semantic_snapshot","request_id":"a\u0000b)" + longId + "\"}",
-                        R"({"cmd":"grab"})"});
+    auto records =
+        run(std::move(table),
+            {R"({"cmd":"semantic_snapshot","request_id":42})", R"({"cmd":"semantic_snapshot"})",
+             R"({"cmd":"semantic_snapshot","request_id":"a\u0000b)" + longId + "\"}",
+             R"({"cmd":"grab"})"});
     ASSERT_EQ(records.size(), 4u);
-    Json expected = {{"type", "semantic_status"}, {"protocol", 1}, {"request_id", "42"},
-                     {"granted", false}, {"reason", "target_window_unavailable!"}};
+    Json expected = {{"type", "semantic_status"},
+                     {"protocol", 1},
+                     {"request_id", "42"},
+                     {"granted", false},
+                     {"reason", "target_window_unavailable!"}};
     EXPECT_EQ(records[0], expected);
     expected["request_id"] = "";
     EXPECT_EQ(records[1], expected);

@@ -14,14 +14,15 @@ namespace brindlemar {
 namespace {
 
 class OutputChannelTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         ASSERT_EQ(::pipe(fds_), 0);
         channel_ = std::make_unique<OutputChannel>(fds_[1]);
         reader_ = std::thread([this] {
             char chunk[65536];
             ssize_t n;
-            while ((n = ::read(fds_[0], chunk, sizeof chunk)) > 0) output_.append(chunk, n);
+            while ((n = ::read(fds_[0], chunk, sizeof chunk)) > 0)
+                output_.append(chunk, n);
         });
     }
     // Closes the write end and returns everything written.
@@ -47,13 +48,18 @@ TEST_F(OutputChannelTest, RecordsAreCompactLinesAndFramesCarryTheirPayload) {
     channel_->emitFrame({}, 0, 0, 2.0, "RGBA");
     std::string out = finish();
 
-    std::string expected = "{\"type\":\"pong\"}\n{\"error\":\"grab: missing id\",\"type\":\"error\"}\n";
+    std::string expected =
+        "{\"type\":\"pong\"}\n{\"error\":\"grab: missing id\",\"type\":\"error\"}\n";
     ASSERT_EQ(out.substr(0, expected.size()), expected);
     out.erase(0, expected.size());
 
     auto firstEnd = out.find('\n');
     auto frame = Json::parse(out.substr(0, firstEnd));
-    EXPECT_EQ(frame, Json({{"type", "frame"}, {"w", 2}, {"h", 1}, {"scale", 1.5}, {"len", 6},
+    EXPECT_EQ(frame, Json({{"type", "frame"},
+                           {"w", 2},
+                           {"h", 1},
+                           {"scale", 1.5},
+                           {"len", 6},
                            {"format", "PNG"}}));
     EXPECT_EQ(out.substr(firstEnd + 1, 6), std::string(payload.begin(), payload.end()));
     out.erase(0, firstEnd + 1 + 6);
@@ -85,7 +91,8 @@ TEST_F(OutputChannelTest, ConcurrentFramesNeverInterleave) {
             }
         });
     }
-    for (auto& w : writers) w.join();
+    for (auto& w : writers)
+        w.join();
     std::string out = finish();
 
     std::size_t pos = 0;

@@ -15,11 +15,25 @@ TEST(CancelDescriptor, ParsedExactlyAsADecimal32BitInteger) {
         std::int32_t expected;
     };
     const Case cases[] = {
-        {nullptr, -1},      {"", -1},          {" 7", -1},        {"7 ", -1},
-        {"7x", -1},         {"0x7", -1},       {"2147483648", -1}, {"+", -1},
-        {"-", -1},          {"+-7", -1},       {"--7", -1},       {"\xd9\xa7", -1},
-        {"7", 7},           {"+7", 7},         {"-3", -3},        {"2147483647", 2147483647},
-        {"-2147483648", -2147483647 - 1},      {"-2147483649", -1}, {"007", 7},
+        {nullptr, -1},
+        {"", -1},
+        {" 7", -1},
+        {"7 ", -1},
+        {"7x", -1},
+        {"0x7", -1},
+        {"2147483648", -1},
+        {"+", -1},
+        {"-", -1},
+        {"+-7", -1},
+        {"--7", -1},
+        {"\xd9\xa7", -1},
+        {"7", 7},
+        {"+7", 7},
+        {"-3", -3},
+        {"2147483647", 2147483647},
+        {"-2147483648", -2147483647 - 1},
+        {"-2147483649", -1},
+        {"007", 7},
         {"99999999999999999999999", -1},
     };
     for (const auto& c : cases) {
@@ -40,9 +54,9 @@ TEST(ProcessEntry, FileDropAsFirstArgumentSelectsTheChildRole) {
 }
 
 TEST(ProcessEntry, OtherArgumentsStartTheControlHelper) {
-    for (auto arguments : {std::vector<std::string>{"--FILE-DROP"},
-                           std::vector<std::string>{"serve", "--file-drop"},
-                           std::vector<std::string>{"--file-drop=1"}}) {
+    for (auto arguments :
+         {std::vector<std::string>{"--FILE-DROP"}, std::vector<std::string>{"serve", "--file-drop"},
+          std::vector<std::string>{"--file-drop=1"}}) {
         HelperProcess helper({.arguments = arguments});
         EXPECT_EQ(helper.request({{"cmd", "ping"}}).type(), "pong");
         helper.closeInput();
@@ -65,16 +79,19 @@ TEST(ProcessEntry, BadBackendChoicesEndStartUpWithStatus2) {
     };
     const Case cases[] = {
         {{{"BRINDLEMAR_BACKEND", "wayland"}}, std::nullopt, "wayland"},
-        {{{"BRINDLEMAR_SIM_SCENE", "/nonexistent/scene.json"}}, std::nullopt,
+        {{{"BRINDLEMAR_SIM_SCENE", "/nonexistent/scene.json"}},
+         std::nullopt,
          "/nonexistent/scene.json"},
         {{}, std::string("{not json"), "scene.json"},
         {{}, std::string("[1, 2]"), "scene.json"},
-        {{}, std::string(R"({"permissions": {"accessibility": "yes"}})"),
+        {{},
+         std::string(R"({"permissions": {"accessibility": "yes"}})"),
          "permissions.accessibility"},
         {{}, std::string(R"({"grant_on_request": 1})"), "grant_on_request"},
     };
     for (const auto& c : cases) {
-        HelperProcess helper({.environment = c.environment, .sceneJson = c.scene,
+        HelperProcess helper({.environment = c.environment,
+                              .sceneJson = c.scene,
                               .simBackend = !c.environment.contains("BRINDLEMAR_BACKEND")});
         EXPECT_EQ(helper.wait(), 2);
         EXPECT_EQ(helper.drainOutput(), "");
@@ -85,8 +102,8 @@ TEST(ProcessEntry, BadBackendChoicesEndStartUpWithStatus2) {
 }
 
 TEST(ProcessEntry, SceneWithoutBackendVariableSelectsTheSimulator) {
-    HelperProcess helper({.sceneJson = R"({"permissions": {"screen_recording": false}})",
-                          .simBackend = false});
+    HelperProcess helper(
+        {.sceneJson = R"({"permissions": {"screen_recording": false}})", .simBackend = false});
     auto record = helper.request({{"cmd", "permission"}});
     EXPECT_EQ(record.header["granted"], false);
 }

@@ -9,9 +9,10 @@ namespace brindlemar {
 namespace {
 
 TEST(Text, CutCountsGraphemeClustersAndNeverSplitsSequences) {
-    const std::string family = "\xF0\x9F\x91\xA8\xE2\x80\x8D\xF0\x9F\x91\xA9\xE2\x80\x8D\xF0\x9F"
-                               "\x91\xA7";                 // one cluster, three code points
-    const std::string eAcute = "e\xCC\x81";                // e + combining acute: one cluster
+    const std::string family =
+        "\xF0\x9F\x91\xA8\xE2\x80\x8D\xF0\x9F\x91\xA9\xE2\x80\x8D\xF0\x9F"
+        "\x91\xA7";                          // one cluster, three code points
+    const std::string eAcute = "e\xCC\x81";  // e + combining acute: one cluster
     const std::string flag = "\xF0\x9F\x87\xAB\xF0\x9F\x87\xB7";  // regional indicator pair
 
     EXPECT_EQ(keepCharacters("abc", 2), "ab");
@@ -21,10 +22,15 @@ TEST(Text, CutCountsGraphemeClustersAndNeverSplitsSequences) {
     EXPECT_EQ(keepCharacters("\r\nab", 1), "\r\n");
     EXPECT_EQ(keepCharacters(std::string(300, 'a'), 256), std::string(256, 'a'));
     std::string many;
-    for (int i = 0; i < 300; ++i) many += "\xC3\xA9";  // é, two bytes each
+    for (int i = 0; i < 300; ++i)
+        many += "\xC3\xA9";  // é, two bytes each
     EXPECT_EQ(keepCharacters(many, 256).size(), 512u);
     // Invalid bytes count as one character each and are kept as they are.
-    EXPECT_EQ(keepCharacters("\xff\xfe" "abc", 3), "\xff\xfe" "a");
+    EXPECT_EQ(keepCharacters("\xff\xfe"
+                             "abc",
+                             3),
+              "\xff\xfe"
+              "a");
 }
 
 TEST(Text, BoundedTextRemovesNulBeforeTheCut) {
@@ -34,8 +40,9 @@ TEST(Text, BoundedTextRemovesNulBeforeTheCut) {
 
 TEST(Text, ValueTextOfEachJsonType) {
     using nlohmann::json;
-    json values = {{"s", "x"}, {"i", 42}, {"n", -7}, {"f", 42.5}, {"whole", 42.0},
-                   {"big", 18446744073709551615ULL}, {"null", nullptr}, {"b", true}};
+    json values = {{"s", "x"},        {"i", 42},       {"n", -7},
+                   {"f", 42.5},       {"whole", 42.0}, {"big", 18446744073709551615ULL},
+                   {"null", nullptr}, {"b", true}};
     EXPECT_EQ(valueText(&values["s"]), "x");
     EXPECT_EQ(valueText(&values["i"]), "42");
     EXPECT_EQ(valueText(&values["n"]), "-7");

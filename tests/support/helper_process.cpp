@@ -72,7 +72,8 @@ HelperProcess::HelperProcess(HelperOptions options) {
         env.push_back("BRINDLEMAR_SIM_SOCKET=" + socketPath());
         env.push_back("BRINDLEMAR_SIM_JOURNAL=" + journalPath());
     }
-    for (const auto& [key, value] : options.environment) env.push_back(key + "=" + value);
+    for (const auto& [key, value] : options.environment)
+        env.push_back(key + "=" + value);
 
     std::vector<std::string> args{helperBinary()};
     args.insert(args.end(), options.arguments.begin(), options.arguments.end());
@@ -83,9 +84,11 @@ HelperProcess::HelperProcess(HelperOptions options) {
     makePipe(err);
 
     std::vector<char*> argv, envp;
-    for (auto& a : args) argv.push_back(a.data());
+    for (auto& a : args)
+        argv.push_back(a.data());
     argv.push_back(nullptr);
-    for (auto& e : env) envp.push_back(e.data());
+    for (auto& e : env)
+        envp.push_back(e.data());
     envp.push_back(nullptr);
 
     pid_ = ::fork();
@@ -94,7 +97,8 @@ HelperProcess::HelperProcess(HelperOptions options) {
         ::dup2(in[0], STDIN_FILENO);
         ::dup2(out[1], STDOUT_FILENO);
         ::dup2(err[1], STDERR_FILENO);
-        for (int fd : options.inheritedFds) ::fcntl(fd, F_SETFD, 0);
+        for (int fd : options.inheritedFds)
+            ::fcntl(fd, F_SETFD, 0);
         ::chdir(workDir_.c_str());
         ::execve(argv[0], argv.data(), envp.data());
         ::_exit(127);
@@ -179,9 +183,9 @@ std::optional<Record> HelperProcess::parseBuffered() {
     }
     if (outBuffer_.size() < newline + 1 + payloadLength) return std::nullopt;
     Record record{std::move(header), {}};
-    record.payload.assign(outBuffer_.begin() + static_cast<std::ptrdiff_t>(newline + 1),
-                          outBuffer_.begin() + static_cast<std::ptrdiff_t>(newline + 1 +
-                                                                           payloadLength));
+    record.payload.assign(
+        outBuffer_.begin() + static_cast<std::ptrdiff_t>(newline + 1),
+        outBuffer_.begin() + static_cast<std::ptrdiff_t>(newline + 1 + payloadLength));
     outBuffer_.erase(0, newline + 1 + payloadLength);
     return record;
 }

@@ -39,7 +39,7 @@ struct HelperOptions {
 
 // The helper binary running as a child with pipes on its standard streams.
 class HelperProcess {
-public:
+  public:
     explicit HelperProcess(HelperOptions options = {});
     ~HelperProcess();
     HelperProcess(const HelperProcess&) = delete;
@@ -75,7 +75,7 @@ public:
     std::string socketPath() const { return workDir_ + "/control.sock"; }
     std::string journalPath() const { return workDir_ + "/journal.jsonl"; }
 
-private:
+  private:
     bool fillOutput(std::chrono::steady_clock::time_point deadline);
     std::optional<Record> parseBuffered();
 
@@ -97,7 +97,7 @@ std::string helperBinary();
 
 // A fresh private directory under the test temporary directory, removed with its owner.
 class TempDir {
-public:
+  public:
     TempDir();
     ~TempDir();
     TempDir(const TempDir&) = delete;
@@ -105,7 +105,7 @@ public:
     const std::string& path() const { return path_; }
     std::string file(std::string_view name) const { return path_ + "/" + std::string(name); }
 
-private:
+  private:
     std::string path_;
 };
 

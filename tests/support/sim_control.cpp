@@ -62,8 +62,7 @@ nlohmann::json SimControl::call(const nlohmann::json& request) {
 namespace {
 nlohmann::json expectOk(nlohmann::json reply, const nlohmann::json& request) {
     if (!reply.value("ok", false)) {
-        throw std::runtime_error("control request " + request.dump() + " failed: " +
-                                 reply.dump());
+        throw std::runtime_error("control request " + request.dump() + " failed: " + reply.dump());
     }
     return reply;
 }

@@ -8,7 +8,7 @@ namespace brindlemar::testing {
 
 // A client of the simulated desktop's control socket: one JSON request line, one reply line.
 class SimControl {
-public:
+  public:
     // Connects to the socket, waiting up to a few seconds for the helper to create it.
     explicit SimControl(const std::string& socketPath);
     ~SimControl();
@@ -25,7 +25,7 @@ public:
     void merge(const nlohmann::json& patch);
     void replaceScene(const nlohmann::json& scene);
 
-private:
+  private:
     int fd_ = -1;
     std::string buffer_;
 };

@@ -1,0 +1,112 @@
+#include "capture/png_encoder.h"
+
+#include <spng.h>
+
+#include <cstring>
+#include <limits>
+#include <vector>
+
+namespace brindlemar::capture {
+namespace {
+
+struct SpngContextFree {
+    void operator()(spng_ctx* context) const { spng_ctx_free(context); }
+};
+using SpngContext = std::unique_ptr<spng_ctx, SpngContextFree>;
+
+bool everyPixelOpaque(const platform::PixelBuffer& image) {
+    const std::uint8_t* pixel = image.data();
+    const std::uint8_t* end = pixel + image.size();
+    for (; pixel != end; pixel += 4) {
+        if (pixel[3] != 0xff) return false;
+    }
+    return true;
+}
+
+void copyWithoutAlpha(const std::uint8_t* rgba, std::uint8_t* rgb, std::size_t pixels) {
+    for (std::size_t i = 0; i < pixels; ++i, rgba += 4, rgb += 3) {
+        rgb[0] = rgba[0];
+        rgb[1] = rgba[1];
+        rgb[2] = rgba[2];
+    }
+}
+
+// PNG stores straight alpha; the capture hands over colour premultiplied by alpha.
+void copyUnpremultiplied(const std::uint8_t* premultiplied, std::uint8_t* straight,
+                         std::size_t pixels) {
+    for (std::size_t i = 0; i < pixels; ++i, premultiplied += 4, straight += 4) {
+        const unsigned alpha = premultiplied[3];
+        if (alpha == 0xff) {
+            std::memcpy(straight, premultiplied, 4);
+            continue;
+        }
+        for (int c = 0; c < 3; ++c) {
+            unsigned value = alpha == 0 ? 0 : (premultiplied[c] * 255u + alpha / 2) / alpha;
+            straight[c] = static_cast<std::uint8_t>(value > 255 ? 255 : value);
+        }
+        straight[3] = static_cast<std::uint8_t>(alpha);
+    }
+}
+
+bool configure(spng_ctx* context, const platform::PixelBuffer& image, bool opaque,
+               const PngEncoderSettings& settings) {
+    spng_ihdr header{};
+    header.width = static_cast<std::uint32_t>(image.width());
+    header.height = static_cast<std::uint32_t>(image.height());
+    header.bit_depth = 8;
+    header.color_type = opaque ? SPNG_COLOR_TYPE_TRUECOLOR : SPNG_COLOR_TYPE_TRUECOLOR_ALPHA;
+    return spng_set_option(context, SPNG_ENCODE_TO_BUFFER, 1) == 0 &&
+           spng_set_option(context, SPNG_IMG_COMPRESSION_LEVEL, settings.compressionLevel) == 0 &&
+           spng_set_option(context, SPNG_IMG_COMPRESSION_STRATEGY, settings.strategy) == 0 &&
+           spng_set_option(context, SPNG_FILTER_CHOICE, settings.filterChoice) == 0 &&
+           spng_set_ihdr(context, &header) == 0;
+}
+
+// Feeds the rows one at a time through a single row buffer, converting each on the way, so no
+// second full-size image is ever made.
+bool encodeRows(spng_ctx* context, const platform::PixelBuffer& image, bool opaque) {
+    const auto width = static_cast<std::size_t>(image.width());
+    std::vector<std::uint8_t> row(width * (opaque ? 3 : 4));
+    int status = spng_encode_image(context, nullptr, 0, SPNG_FMT_PNG,
+                                   SPNG_ENCODE_PROGRESSIVE | SPNG_ENCODE_FINALIZE);
+    if (status != 0) return false;
+    for (std::int64_t y = 0; y < image.height(); ++y) {
+        const std::uint8_t* source = image.data() + static_cast<std::size_t>(y) * image.stride();
+        if (opaque) {
+            copyWithoutAlpha(source, row.data(), width);
+        } else {
+            copyUnpremultiplied(source, row.data(), width);
+        }
+        status = spng_encode_row(context, row.data(), row.size());
+        if (status == SPNG_EOI) return y == image.height() - 1;
+        if (status != 0) return false;
+    }
+    return false;
+}
+
+}  // namespace
+
+std::optional<EncodedPng> pngData(const platform::PixelBuffer& image,
+                                  const PngEncoderSettings& settings) {
+    constexpr auto kLargestSide = std::numeric_limits<std::int32_t>::max();  // PNG's own limit
+    if (image.empty() || image.width() > kLargestSide || image.height() > kLargestSide) {
+        return std::nullopt;
+    }
+    SpngContext context(spng_ctx_new(SPNG_CTX_ENCODER));
+    if (!context) return std::nullopt;
+
+    const bool opaque = settings.dropOpaqueAlpha && everyPixelOpaque(image);
+    if (!configure(context.get(), image, opaque, settings)) return std::nullopt;
+    if (!encodeRows(context.get(), image, opaque)) return std::nullopt;
+
+    std::size_t size = 0;
+    int status = 0;
+    void* bytes = spng_get_png_buffer(context.get(), &size, &status);
+    if (bytes == nullptr || status != 0) {
+        std::free(bytes);
+        return std::nullopt;
+    }
+    return EncodedPng(static_cast<std::uint8_t*>(bytes), size);
+}
+
+}  // namespace brindlemar::capture

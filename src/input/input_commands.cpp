@@ -1,0 +1,77 @@
+#include "input/input_commands.h"
+
+#include "core/process_state.h"
+#include "filedrop/input_hold_back.h"
+#include "input/input_routing.h"
+#include "input/window_raise.h"
+#include "platform/desktop.h"
+
+namespace brindlemar {
+namespace {
+
+void replyInput(CommandContext& context, const InputOutcome& outcome) {
+    Json reply{{"type", "input"}, {"ok", outcome.ok}};
+    if (outcome.error) reply["error"] = *outcome.error;
+    context.state.out.emitLine(reply);
+}
+
+void replyActivate(CommandContext& context, const char* error) {
+    Json reply{{"type", "activate"}, {"ok", error == nullptr}};
+    if (error != nullptr) reply["error"] = error;
+    context.state.out.emitLine(reply);
+}
+
+// A drop in progress swallows pointer input: the parent is told it went through.
+bool heldBack(CommandContext& context, const Json& event) {
+    if (!heldBackForFileDrop(context.state, context.desktop.pasteboards(), event)) return false;
+    replyInput(context, InputOutcome::success());
+    return true;
+}
+
+}  // namespace
+
+Status handleInputCommand(const Fields& request, CommandContext& context) {
+    auto id = request.windowNumber("id");
+    const Json* event = request.object("event");
+    if (!id || event == nullptr) {
+        context.state.out.emitError("input: missing id/event");
+        return {};
+    }
+    if (heldBack(context, *event)) return {};
+    replyInput(context, handleInput(context.state, context.desktop, *id, *event));
+    return {};
+}
+
+Status handleInputDisplayCommand(const Fields& request, CommandContext& context) {
+    std::uint32_t id = request.windowNumber("id").value_or(0);
+    const Json* event = request.object("event");
+    if (event == nullptr) {
+        context.state.out.emitError("input_display: missing event");
+        return {};
+    }
+    if (heldBack(context, *event)) return {};
+    replyInput(context, handleDisplayInput(context.state, context.desktop, id, *event));
+    return {};
+}
+
+Status handleActivateCommand(const Fields& request, CommandContext& context) {
+    auto id = request.windowNumber("id");
+    if (!id) {
+        context.state.out.emitError("activate: missing id");
+        return {};
+    }
+    if (!context.desktop.permissions().check(platform::Permission::Accessibility)) {
+        replyActivate(context, "accessibility_not_granted");
+        return {};
+    }
+    auto window = windowBounds(context.desktop.windowList(), *id);
+    if (!window) {
+        replyActivate(context, "window_gone");
+        return {};
+    }
+    raiseWindow(context.desktop, window->pid, window->frame);
+    replyActivate(context, nullptr);
+    return {};
+}
+
+}  // namespace brindlemar

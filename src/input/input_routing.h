@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace brindlemar {
+
+class ProcessState;
+namespace platform {
+class Desktop;
+}
+
+// The outcome of routing one input event: success, or a refusal word ("window_gone", ...).
+struct InputOutcome {
+    bool ok = false;
+    std::optional<std::string> error;
+
+    static InputOutcome success() { return {true, std::nullopt}; }
+    static InputOutcome refused(std::string word) { return {false, std::move(word)}; }
+};
+
+// Performs an input event (the request's "event" object) on a window: its normalised position
+// is mapped into the window's current frame, and a press raises the window first.
+InputOutcome handleInput(ProcessState& state, platform::Desktop& desktop, std::uint32_t id,
+                         const nlohmann::json& event);
+
+// The same on a display; an unknown or inactive display stands for the main display.
+InputOutcome handleDisplayInput(ProcessState& state, platform::Desktop& desktop, std::uint32_t id,
+                                const nlohmann::json& event);
+
+}  // namespace brindlemar

@@ -1,0 +1,116 @@
+#include "input/pointer_events.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "core/process_state.h"
+#include "platform/desktop.h"
+
+namespace brindlemar {
+namespace {
+
+using platform::EventType;
+using platform::MouseButton;
+
+// Two presses of the same button closer than these in time and in each coordinate continue a
+// multi-click (double, triple, ...).
+constexpr double kMultiClickSeconds = 0.5;
+constexpr double kMultiClickPoints = 5.0;
+constexpr double kMaxWheelPixels = 500.0;
+
+// Button numbers as the protocol (DOM pointer events) numbers them.
+constexpr std::int64_t kLeft = 0;
+constexpr std::int64_t kMiddle = 1;
+constexpr std::int64_t kRight = 2;
+
+MouseButton systemButton(std::int64_t button) {
+    if (button == kRight) return MouseButton::Right;
+    if (button == kMiddle) return MouseButton::Center;
+    return MouseButton::Left;
+}
+
+EventType pressType(MouseButton button) {
+    switch (button) {
+        case MouseButton::Right:
+            return EventType::RightMouseDown;
+        case MouseButton::Center:
+            return EventType::OtherMouseDown;
+        case MouseButton::Left:
+            break;
+    }
+    return EventType::LeftMouseDown;
+}
+
+EventType releaseType(MouseButton button) {
+    switch (button) {
+        case MouseButton::Right:
+            return EventType::RightMouseUp;
+        case MouseButton::Center:
+            return EventType::OtherMouseUp;
+        case MouseButton::Left:
+            break;
+    }
+    return EventType::LeftMouseUp;
+}
+
+// A move while buttons are held is a drag of the left, else the right, else the middle button.
+EventType moveType(const std::set<std::int64_t>& held) {
+    if (held.contains(kLeft)) return EventType::LeftMouseDragged;
+    if (held.contains(kRight)) return EventType::RightMouseDragged;
+    if (held.contains(kMiddle)) return EventType::OtherMouseDragged;
+    return EventType::MouseMoved;
+}
+
+void countPress(ProcessState& state, double now, platform::Point at, std::int64_t button) {
+    bool continues = now - state.lastClickTime < kMultiClickSeconds &&
+                     state.lastClickButton == button &&
+                     std::fabs(at.x - state.lastClickPos.x) < kMultiClickPoints &&
+                     std::fabs(at.y - state.lastClickPos.y) < kMultiClickPoints;
+    state.clickState = continues ? state.clickState + 1 : 1;
+    state.lastClickTime = now;
+    state.lastClickPos = at;
+    state.lastClickButton = button;
+    state.buttonsDown.insert(button);
+}
+
+}  // namespace
+
+void postMouse(ProcessState& state, platform::Desktop& desktop, std::string_view action,
+               std::int64_t button, platform::Point at,
+               const std::optional<WindowPlacement>& raise) {
+    MouseButton mapped = systemButton(button);
+    platform::SyntheticEvent event;
+    event.location = at;
+    event.button = mapped;
+    if (action == "down") {
+        countPress(state, desktop.clock().now(), at, button);
+        // The press must land on the window even when another one covers it.
+        if (raise) raiseWindow(desktop, raise->pid, raise->frame);
+        event.type = pressType(mapped);
+        event.clickState = state.clickState;
+    } else if (action == "up") {
+        state.buttonsDown.erase(button);
+        event.type = releaseType(mapped);
+        event.clickState = state.clickState;
+    } else {
+        event.type = moveType(state.buttonsDown);
+    }
+    event.flags = state.modFlags;
+    (void)desktop.events().post(event, platform::EventTarget::hid());
+}
+
+std::int32_t wheelValue(double distance) {
+    if (std::isnan(distance)) return 0;
+    return static_cast<std::int32_t>(
+        std::trunc(std::clamp(-distance, -kMaxWheelPixels, kMaxWheelPixels)));
+}
+
+void postScroll(platform::Desktop& desktop, platform::Point at, double dx, double dy) {
+    platform::SyntheticEvent event;
+    event.type = EventType::ScrollWheel;
+    event.location = at;
+    event.wheel = std::array<std::int32_t, 2>{wheelValue(dy), wheelValue(dx)};
+    (void)desktop.events().post(event, platform::EventTarget::hid());
+}
+
+}  // namespace brindlemar

@@ -2,7 +2,6 @@
 #include "core/command_table.h"
 #include "core/status_commands.h"
 #include "input/input_commands.h"
-#include "input/input_commands.h"
 
 namespace brindlemar {
 
@@ -17,9 +16,6 @@ CommandTable buildCommandTable() {
     table.add("list_displays", handleListDisplays);
     table.add("grab_display", handleGrabDisplay);
     table.add("grab_display_pixels", handleGrabDisplayPixels);
-    table.add("input", handleInputCommand);
-    table.add("activate", handleActivateCommand);
-    table.add("input_display", handleInputDisplayCommand);
     table.add("input", handleInputCommand);
     table.add("activate", handleActivateCommand);
     table.add("input_display", handleInputDisplayCommand);

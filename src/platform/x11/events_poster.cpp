@@ -1,0 +1,207 @@
+#include "platform/x11/events_poster.h"
+
+#include <xcb/xtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <vector>
+
+#include "platform/x11/connection.h"
+#include "platform/x11/input_services.h"
+
+namespace brindlemar::platform::x11 {
+namespace {
+
+using namespace event_flags;
+
+// The modifier keys by the flag they drive, with the key pressed when an event asks for a flag
+// whose key is not held. Caps Lock toggles on X rather than being held, so it is never pressed
+// for a flag.
+struct ModifierKey {
+    std::uint64_t flag;
+    std::uint16_t left;
+    std::uint16_t right;
+};
+constexpr std::array<ModifierKey, 4> kModifierKeys = {{
+    {kShift, 0x38, 0x3C},
+    {kControl, 0x3B, 0x3E},
+    {kAlternate, 0x3A, 0x3D},
+    {kCommand, 0x37, 0x36},
+}};
+constexpr std::uint16_t kCapsLock = 0x39;
+
+std::uint64_t flagOfModifierKey(std::uint16_t virtualKey) {
+    for (const auto& modifier : kModifierKeys)
+        if (virtualKey == modifier.left || virtualKey == modifier.right) return modifier.flag;
+    return virtualKey == kCapsLock ? kAlphaShift : 0;
+}
+
+bool isKeyType(EventType type) {
+    return type == EventType::KeyDown || type == EventType::KeyUp ||
+           type == EventType::FlagsChanged;
+}
+
+enum class ButtonAction { None, Press, Release };
+
+ButtonAction buttonActionOf(EventType type) {
+    switch (type) {
+        case EventType::LeftMouseDown:
+        case EventType::RightMouseDown:
+        case EventType::OtherMouseDown:
+            return ButtonAction::Press;
+        case EventType::LeftMouseUp:
+        case EventType::RightMouseUp:
+        case EventType::OtherMouseUp:
+            return ButtonAction::Release;
+        default:
+            return ButtonAction::None;
+    }
+}
+
+// X buttons: 1 left, 2 middle, 3 right. Without a button field the event type tells.
+std::uint8_t xButtonOf(const SyntheticEvent& event) {
+    MouseButton button = MouseButton::Left;
+    if (event.button) {
+        button = *event.button;
+    } else if (event.type == EventType::RightMouseDown || event.type == EventType::RightMouseUp ||
+               event.type == EventType::RightMouseDragged) {
+        button = MouseButton::Right;
+    } else if (event.type == EventType::OtherMouseDown || event.type == EventType::OtherMouseUp ||
+               event.type == EventType::OtherMouseDragged) {
+        button = MouseButton::Center;
+    }
+    switch (button) {
+        case MouseButton::Right:
+            return 3;
+        case MouseButton::Center:
+            return 2;
+        case MouseButton::Left:
+            break;
+    }
+    return 1;
+}
+
+// Wheel buttons: 4 up, 5 down, 6 left, 7 right. Positive wheel values scroll up or left.
+constexpr std::uint8_t kWheelUp = 4;
+constexpr std::uint8_t kWheelDown = 5;
+constexpr std::uint8_t kWheelLeft = 6;
+constexpr std::uint8_t kWheelRight = 7;
+
+// One event sends at most this many pixels' worth of steps (100 steps), so a wild value cannot
+// queue millions of clicks; callers clamp far below it.
+constexpr std::int32_t kWheelPixelBound = 100 * kScrollPixelsPerStep;
+
+std::int32_t boundedWheel(std::int32_t pixels) {
+    return std::clamp(pixels, -kWheelPixelBound, kWheelPixelBound);
+}
+
+std::int16_t toCoordinate(double value) {
+    const double rounded = std::round(value);
+    if (!(rounded > -32768.0)) return -32768;
+    if (rounded > 32767.0) return 32767;
+    return static_cast<std::int16_t>(rounded);
+}
+
+}  // namespace
+
+XTestEventPoster::XTestEventPoster(X11Connection& connection)
+    : connection_(connection), keymap_(ServerKeymap::read(connection.raw())) {}
+
+bool XTestEventPoster::post(const SyntheticEvent& event, EventTarget /*target*/) {
+    if (!connection_.extensions().xtest || connection_.lost()) return false;
+    bool posted = false;
+    if (isKeyType(event.type))
+        posted = postKey(event);
+    else if (event.type == EventType::ScrollWheel)
+        posted = postScroll(event);
+    else
+        posted = postPointer(event);
+    xcb_flush(connection_.raw());
+    return posted;
+}
+
+std::uint64_t XTestEventPoster::heldModifierFlags() const {
+    std::uint64_t flags = 0;
+    for (std::uint16_t key : heldModifierKeys_)
+        flags |= flagOfModifierKey(key);
+    return flags;
+}
+
+bool XTestEventPoster::postKey(const SyntheticEvent& event) {
+    if (!event.keyCode) return false;
+    const auto keycode = keymap_.keycodeFor(*event.keyCode);
+    if (!keycode) return false;
+    const bool down = event.keyDown.value_or(event.type != EventType::KeyUp);
+
+    std::lock_guard guard(lock_);
+    const std::uint64_t ownFlag = flagOfModifierKey(*event.keyCode);
+    std::vector<xcb_keycode_t> wrapped;
+    if (ownFlag == 0) {
+        const std::uint64_t missing = event.flags & ~heldModifierFlags();
+        for (const auto& modifier : kModifierKeys) {
+            if ((missing & modifier.flag) == 0) continue;
+            if (auto modifierKeycode = keymap_.keycodeFor(modifier.left))
+                wrapped.push_back(*modifierKeycode);
+        }
+    } else if (down) {
+        heldModifierKeys_.insert(*event.keyCode);
+    } else {
+        heldModifierKeys_.erase(*event.keyCode);
+    }
+    for (xcb_keycode_t modifier : wrapped)
+        fake(XCB_KEY_PRESS, modifier);
+    fake(down ? XCB_KEY_PRESS : XCB_KEY_RELEASE, *keycode);
+    for (auto it = wrapped.rbegin(); it != wrapped.rend(); ++it)
+        fake(XCB_KEY_RELEASE, *it);
+    return true;
+}
+
+bool XTestEventPoster::postPointer(const SyntheticEvent& event) {
+    if (event.location) moveTo(*event.location);
+    switch (buttonActionOf(event.type)) {
+        case ButtonAction::Press:
+            fake(XCB_BUTTON_PRESS, xButtonOf(event));
+            break;
+        case ButtonAction::Release:
+            fake(XCB_BUTTON_RELEASE, xButtonOf(event));
+            break;
+        case ButtonAction::None:
+            break;
+    }
+    return true;
+}
+
+bool XTestEventPoster::postScroll(const SyntheticEvent& event) {
+    if (event.location) moveTo(*event.location);
+    if (!event.wheel) return true;
+    std::lock_guard guard(lock_);
+    const std::int32_t verticalSteps = vertical_.stepsFor(boundedWheel((*event.wheel)[0]));
+    const std::int32_t horizontalSteps = horizontal_.stepsFor(boundedWheel((*event.wheel)[1]));
+    auto click = [this](std::uint8_t button, std::int32_t count) {
+        for (std::int32_t i = 0; i < count; ++i) {
+            fake(XCB_BUTTON_PRESS, button);
+            fake(XCB_BUTTON_RELEASE, button);
+        }
+    };
+    click(verticalSteps > 0 ? kWheelUp : kWheelDown, std::abs(verticalSteps));
+    click(horizontalSteps > 0 ? kWheelLeft : kWheelRight, std::abs(horizontalSteps));
+    return true;
+}
+
+void XTestEventPoster::moveTo(const Point& location) {
+    xcb_test_fake_input(connection_.raw(), XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME,
+                        connection_.root(), toCoordinate(location.x), toCoordinate(location.y), 0);
+}
+
+void XTestEventPoster::fake(std::uint8_t type, std::uint8_t detail) {
+    xcb_test_fake_input(connection_.raw(), type, detail, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0, 0,
+                        0);
+}
+
+std::unique_ptr<EventPoster> makeEventPoster(X11Connection& connection) {
+    return std::make_unique<XTestEventPoster>(connection);
+}
+
+}  // namespace brindlemar::platform::x11

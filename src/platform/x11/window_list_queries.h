@@ -1,0 +1,35 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "platform/geometry.h"
+
+namespace brindlemar::platform::x11 {
+
+class X11Connection;
+
+// The outer frame of a window in root coordinates: the rectangle of its top-level ancestor (the
+// window manager's frame when it has one, else the window itself), borders included. Absent when
+// the window does not exist or is the root.
+std::optional<Rect> outerFrame(X11Connection& connection, xcb_window_t window);
+
+// The pid of the process that owns each window, in the order asked, with one round trip for
+// all: the server's own record of the creating client (X-Resource) where the server keeps one,
+// else the window's _NET_WM_PID. Absent where neither is known.
+std::vector<std::optional<std::int32_t>> ownerPids(X11Connection& connection,
+                                                   std::span<const xcb_window_t> windows);
+std::optional<std::int32_t> ownerPid(X11Connection& connection, xcb_window_t window);
+
+// The top-level client windows, the front-most first: the window manager's stacking list when
+// one runs, else the mapped children of the root that ask for no override.
+std::vector<xcb_window_t> clientWindowsFrontFirst(X11Connection& connection);
+
+// The client windows of one process, the front-most first.
+std::vector<xcb_window_t> clientWindowsOfPid(X11Connection& connection, std::int32_t pid);
+
+}  // namespace brindlemar::platform::x11

@@ -1,0 +1,81 @@
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <limits>
+#include <memory>
+#include <sstream>
+#include <string>
+
+#include "platform/x11/connection.h"
+#include "platform/x11/input_services.h"
+#include "platform/x11/window_list_queries.h"
+#include "platform/x11/window_list_raise.h"
+
+namespace brindlemar::platform::x11 {
+namespace {
+
+// Seconds since 1970 at which the system booted ("btime" of /proc/stat).
+std::optional<double> bootTime() {
+    std::ifstream stat("/proc/stat");
+    std::string key;
+    while (stat >> key) {
+        if (key == "btime") {
+            double seconds = 0;
+            if (stat >> seconds) return seconds;
+            return std::nullopt;
+        }
+        stat.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+    }
+    return std::nullopt;
+}
+
+// Clock ticks after boot at which the process started (field 22 of /proc/<pid>/stat).
+std::optional<double> startTicks(std::int32_t pid) {
+    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+    std::string line;
+    if (!std::getline(file, line)) return std::nullopt;
+    // The command name (field 2) is in parentheses and may hold spaces: count from its end.
+    const auto close = line.rfind(')');
+    if (close == std::string::npos) return std::nullopt;
+    std::istringstream rest(line.substr(close + 1));
+    std::string field;
+    for (int index = 3; index <= 22; ++index) {
+        if (!(rest >> field)) return std::nullopt;
+        if (index == 22) return std::strtod(field.c_str(), nullptr);
+    }
+    return std::nullopt;
+}
+
+// Applications are processes; their launch time comes from /proc, and activating one brings
+// its front-most window forward. Stateless: safe from any thread.
+class X11Workspace final : public Workspace {
+  public:
+    explicit X11Workspace(X11Connection& connection) : connection_(connection) {}
+
+    std::optional<double> launchTime(std::int32_t pid) override {
+        if (pid <= 0) return std::nullopt;
+        const auto ticks = startTicks(pid);
+        const auto boot = bootTime();
+        const long ticksPerSecond = sysconf(_SC_CLK_TCK);
+        if (!ticks || !boot || ticksPerSecond <= 0) return std::nullopt;
+        return *boot + *ticks / static_cast<double>(ticksPerSecond);
+    }
+
+    bool activateApplication(std::int32_t pid) override {
+        if (pid <= 0 || connection_.lost()) return false;
+        const auto windows = clientWindowsOfPid(connection_, pid);
+        return !windows.empty() && raiseClientWindow(connection_, windows.front());
+    }
+
+  private:
+    X11Connection& connection_;
+};
+
+}  // namespace
+
+std::unique_ptr<Workspace> makeWorkspace(X11Connection& connection) {
+    return std::make_unique<X11Workspace>(connection);
+}
+
+}  // namespace brindlemar::platform::x11

@@ -1,44 +1,46 @@
 #include "platform/sim/scene.h"
 
+#include <algorithm>
+
 namespace brindlemar::platform::sim {
 namespace {
 
-Error sceneError(const std::string& path, const std::string& fault) {
-    return Error{"sim", 1, path + ": " + fault};
+template <class Items, class Pred>
+auto* findIn(Items& items, Pred pred) {
+    auto it = std::find_if(items.begin(), items.end(), pred);
+    return it == items.end() ? nullptr : &*it;
 }
 
 }  // namespace
 
-Expected<Scene> parseScene(const nlohmann::json& document) {
-    Scene scene;
-    if (!document.is_object()) return sceneError("$", "the scene must be a JSON object");
+const SceneApp* Scene::findApp(std::int32_t pid) const {
+    return findIn(apps, [&](const SceneApp& a) { return a.pid == pid; });
+}
+SceneApp* Scene::findApp(std::int32_t pid) {
+    return findIn(apps, [&](const SceneApp& a) { return a.pid == pid; });
+}
+const SceneWindow* Scene::findWindow(std::uint32_t id) const {
+    return findIn(windows, [&](const SceneWindow& w) { return w.id == id; });
+}
+SceneWindow* Scene::findWindow(std::uint32_t id) {
+    return findIn(windows, [&](const SceneWindow& w) { return w.id == id; });
+}
+const SceneDisplay* Scene::findDisplay(std::uint32_t id) const {
+    return findIn(displays, [&](const SceneDisplay& d) { return d.id == id; });
+}
 
-    if (auto it = document.find("clock"); it != document.end() && !it->is_null()) {
-        if (!it->is_number()) return sceneError("clock", "must be a number or null");
-        scene.clock = it->get<double>();
+const char* dropModeName(DropMode mode) {
+    switch (mode) {
+        case DropMode::Accept:
+            return "accept";
+        case DropMode::Refuse:
+            return "refuse";
+        case DropMode::Swallow:
+            return "swallow";
+        case DropMode::Hang:
+            return "hang";
     }
-    if (auto it = document.find("permissions"); it != document.end()) {
-        if (!it->is_object()) return sceneError("permissions", "must be an object");
-        struct Entry {
-            const char* key;
-            bool* target;
-        } entries[] = {{"screen_recording", &scene.permissions.screenRecording},
-                       {"accessibility", &scene.permissions.accessibility},
-                       {"input_monitoring", &scene.permissions.inputMonitoring}};
-        for (auto& entry : entries) {
-            auto value = it->find(entry.key);
-            if (value == it->end()) continue;
-            if (!value->is_boolean()) {
-                return sceneError(std::string("permissions.") + entry.key, "must be a boolean");
-            }
-            *entry.target = value->get<bool>();
-        }
-    }
-    if (auto it = document.find("grant_on_request"); it != document.end()) {
-        if (!it->is_boolean()) return sceneError("grant_on_request", "must be a boolean");
-        scene.grantOnRequest = it->get<bool>();
-    }
-    return scene;
+    return "accept";
 }
 
 }  // namespace brindlemar::platform::sim

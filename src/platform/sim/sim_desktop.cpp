@@ -1,10 +1,15 @@
-#include <chrono>
+// The simulated desktop: a scene held in one store, the seam services answering from it, the
+// journal of effects and the control socket through which tests change the scene.
+
+#include <cstdlib>
 #include <fstream>
-#include <mutex>
 #include <sstream>
 
-#include "platform/sim/scene.h"
+#include "platform/sim/control_ops.h"
+#include "platform/sim/control_server.h"
+#include "platform/sim/sim_accessibility.h"
 #include "platform/sim/sim_backend.h"
+#include "platform/sim/sim_services.h"
 
 namespace brindlemar::platform::sim {
 namespace {
@@ -27,102 +32,58 @@ Expected<Scene> loadScene(const std::string& path) {
     return scene;
 }
 
-// The simulated desktop. Scene guarded by `lock_`.
-class SimDesktop final : public Desktop,
-                         Clock,
-                         PermissionService,
-                         CaptureCatalogue,
-                         ScreenshotService,
-                         CodeSigning,
-                         Workspace,
-                         WindowList,
-                         EventPoster,
-                         Accessibility,
-                         Pasteboards {
-public:
-    explicit SimDesktop(Scene scene) : scene_(std::move(scene)) {}
+class SimDesktop final : public Desktop {
+  public:
+    explicit SimDesktop(Scene scene)
+        : clock_(scene.clock),
+          store_(std::move(scene), journal_),
+          permissions_(store_),
+          catalogue_(store_),
+          screenshots_(store_),
+          codeSigning_(store_),
+          workspace_(store_),
+          windowList_(store_),
+          events_(store_),
+          accessibility_(store_),
+          pasteboards_(store_),
+          operations_(store_, clock_) {}
 
-    Clock& clock() override { return *this; }
-    PermissionService& permissions() override { return *this; }
-    CaptureCatalogue& captureCatalogue() override { return *this; }
-    ScreenshotService& screenshots() override { return *this; }
-    CodeSigning& codeSigning() override { return *this; }
-    Workspace& workspace() override { return *this; }
-    WindowList& windowList() override { return *this; }
-    EventPoster& events() override { return *this; }
-    Accessibility& accessibility() override { return *this; }
-    Pasteboards& pasteboards() override { return *this; }
-
-private:
-    double now() override {
-        std::lock_guard guard(lock_);
-        if (scene_.clock) return *scene_.clock;
-        return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
-            .count();
+    Status openJournal(const std::string& path) { return journal_.openFile(path); }
+    Status listen(const std::string& path) {
+        auto server = ControlServer::start(
+            path, [this](std::string_view line) { return operations_.handle(line); });
+        if (!server) return std::move(server).takeError();
+        server_ = std::move(*server);
+        return Status::success();
     }
 
-    bool* permissionSlot(Permission permission) {
-        switch (permission) {
-            case Permission::ScreenRecording:
-                return &scene_.permissions.screenRecording;
-            case Permission::Accessibility:
-                return &scene_.permissions.accessibility;
-            case Permission::InputMonitoring:
-                return &scene_.permissions.inputMonitoring;
-        }
-        return nullptr;
-    }
-    bool check(Permission permission) override {
-        std::lock_guard guard(lock_);
-        return *permissionSlot(permission);
-    }
-    bool request(Permission permission) override {
-        std::lock_guard guard(lock_);
-        bool* slot = permissionSlot(permission);
-        bool answer = *slot;
-        if (!answer && scene_.grantOnRequest) *slot = true;
-        return answer;
-    }
+    Clock& clock() override { return clock_; }
+    PermissionService& permissions() override { return permissions_; }
+    CaptureCatalogue& captureCatalogue() override { return catalogue_; }
+    ScreenshotService& screenshots() override { return screenshots_; }
+    CodeSigning& codeSigning() override { return codeSigning_; }
+    Workspace& workspace() override { return workspace_; }
+    WindowList& windowList() override { return windowList_; }
+    EventPoster& events() override { return events_; }
+    Accessibility& accessibility() override { return accessibility_; }
+    Pasteboards& pasteboards() override { return pasteboards_; }
 
-    // An empty desktop: no displays, no windows, no applications.
-    Expected<ShareableContent> shareableContent() override {
-        if (!check(Permission::ScreenRecording)) {
-            return Error{"sim", 1, "screen recording is not permitted"};
-        }
-        return ShareableContent{};
-    }
-    std::optional<std::int64_t> displayModePixelWidth(std::uint32_t) override {
-        return std::nullopt;
-    }
-    std::optional<std::string> displayUuid(std::uint32_t) override { return std::nullopt; }
-    WindowFilterGeometry windowFilterGeometry(const CatalogueWindow& window) override {
-        return {window.frame, 1.0};
-    }
-    Expected<PixelBuffer> captureImage(const CaptureFilter&,
-                                       const ScreenshotConfiguration&) override {
-        return Error{"sim", 2, "nothing to capture"};
-    }
-    std::string identityNamespace() override { return "macos"; }
-    std::unique_ptr<RunningCode> codeForProcess(std::int32_t) override { return nullptr; }
-    std::optional<double> launchTime(std::int32_t) override { return std::nullopt; }
-    bool activateApplication(std::int32_t) override { return false; }
-    std::optional<WindowListEntry> describeWindow(std::uint32_t) override { return std::nullopt; }
-    Rect displayBounds(std::uint32_t) override { return {}; }
-    std::uint32_t mainDisplayId() override { return 0; }
-    bool post(const SyntheticEvent&, EventTarget) override { return true; }
-    AXElement applicationElement(std::int32_t) override {
-        return std::make_shared<AXElementHandle>();
-    }
-    Expected<AXAttributeValue> copyAttribute(const AXElement&, std::string_view) override {
-        return Error{kAccessibilityErrorDomain, -25205, "no such attribute"};
-    }
-    Status performAction(const AXElement&, std::string_view) override {
-        return Error{kAccessibilityErrorDomain, -25205, "no such action"};
-    }
-    std::int64_t dragPasteboardChangeCount() override { return 0; }
-
-    std::mutex lock_;  // guards scene_
-    Scene scene_;
+  private:
+    Journal journal_;
+    SimClock clock_;
+    SceneStore store_;
+    SimPermissions permissions_;
+    SimCaptureCatalogue catalogue_;
+    SimScreenshots screenshots_;
+    SimCodeSigning codeSigning_;
+    SimWorkspace workspace_;
+    SimWindowList windowList_;
+    SimEventPoster events_;
+    SimAccessibility accessibility_;
+    SimPasteboards pasteboards_;
+    ControlOperations operations_;
+    // Declared last: destroyed first, so no control request runs while the rest goes away.
+    std::unique_ptr<ControlServer> server_;
 };
 
 }  // namespace
@@ -139,7 +100,18 @@ Expected<std::unique_ptr<Desktop>> createSimDesktop(const SimOptions& options) {
         if (!loaded) return std::move(loaded).takeError();
         scene = std::move(loaded).value();
     }
-    return std::unique_ptr<Desktop>(std::make_unique<SimDesktop>(std::move(scene)));
+    auto desktop = std::make_unique<SimDesktop>(std::move(scene));
+    if (options.journalPath) {
+        if (auto opened = desktop->openJournal(*options.journalPath); !opened) {
+            return opened.error();
+        }
+    }
+    if (options.socketPath) {
+        if (auto listening = desktop->listen(*options.socketPath); !listening) {
+            return listening.error();
+        }
+    }
+    return std::unique_ptr<Desktop>(std::move(desktop));
 }
 
 }  // namespace brindlemar::platform::sim

@@ -18,8 +18,7 @@ namespace {
 xcb_screen_t* screenOfNumber(xcb_connection_t* connection, int number) {
     auto iterator = xcb_setup_roots_iterator(xcb_get_setup(connection));
     for (; iterator.rem > 0; --number, xcb_screen_next(&iterator)) {
-        if (number == 0)
-            return iterator.data;
+        if (number == 0) return iterator.data;
     }
     return nullptr;
 }
@@ -50,8 +49,7 @@ Expected<std::unique_ptr<X11Connection>> X11Connection::open(const char* display
                          std::to_string(screenNumber)};
     }
     result->queryExtensions();
-    if (!result->sync())
-        return lostError();
+    if (!result->sync()) return lostError();
     return result;
 }
 
@@ -63,8 +61,7 @@ X11Connection::X11Connection(xcb_connection_t* connection, int screenNumber,
       displayName_(std::move(displayName)) {}
 
 X11Connection::~X11Connection() {
-    if (ewmhReady_)
-        xcb_ewmh_connection_wipe(&ewmh_);
+    if (ewmhReady_) xcb_ewmh_connection_wipe(&ewmh_);
     xcb_disconnect(connection_);
 }
 
@@ -95,20 +92,13 @@ void X11Connection::queryExtensions() {
     xcb_input_xi_query_version_cookie_t input{};
     xcb_test_get_version_cookie_t test{};
     xcb_res_query_version_cookie_t res{};
-    if (hasRandr)
-        randr = xcb_randr_query_version(connection_, 1, 5);
-    if (hasShm)
-        shm = xcb_shm_query_version(connection_);
-    if (hasComposite)
-        composite = xcb_composite_query_version(connection_, 0, 4);
-    if (hasXfixes)
-        xfixes = xcb_xfixes_query_version(connection_, 5, 0);
-    if (hasInput)
-        input = xcb_input_xi_query_version(connection_, 2, 2);
-    if (hasTest)
-        test = xcb_test_get_version(connection_, 2, 2);
-    if (hasRes)
-        res = xcb_res_query_version(connection_, 1, 2);
+    if (hasRandr) randr = xcb_randr_query_version(connection_, 1, 5);
+    if (hasShm) shm = xcb_shm_query_version(connection_);
+    if (hasComposite) composite = xcb_composite_query_version(connection_, 0, 4);
+    if (hasXfixes) xfixes = xcb_xfixes_query_version(connection_, 5, 0);
+    if (hasInput) input = xcb_input_xi_query_version(connection_, 2, 2);
+    if (hasTest) test = xcb_test_get_version(connection_, 2, 2);
+    if (hasRes) res = xcb_res_query_version(connection_, 1, 2);
 
     if (hasRandr) {
         XcbReply<xcb_randr_query_version_reply_t> reply(
@@ -153,23 +143,20 @@ void X11Connection::queryExtensions() {
 xcb_atom_t X11Connection::atom(std::string_view name) {
     {
         std::lock_guard lock(atomLock_);
-        if (auto found = atoms_.find(name); found != atoms_.end())
-            return found->second;
+        if (auto found = atoms_.find(name); found != atoms_.end()) return found->second;
     }
     // Interned outside the lock: two threads asking for the same new name both get its atom.
     auto cookie =
         xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.data());
     XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection_, cookie, nullptr));
-    if (!reply)
-        return XCB_ATOM_NONE;
+    if (!reply) return XCB_ATOM_NONE;
     std::lock_guard lock(atomLock_);
     atoms_.emplace(std::string(name), reply->atom);
     return reply->atom;
 }
 
 bool X11Connection::lost() const {
-    if (lost_.load(std::memory_order_relaxed))
-        return true;
+    if (lost_.load(std::memory_order_relaxed)) return true;
     if (xcb_connection_has_error(connection_) != 0) {
         lost_.store(true, std::memory_order_relaxed);
         return true;
@@ -178,8 +165,7 @@ bool X11Connection::lost() const {
 }
 
 Status X11Connection::check() const {
-    if (lost())
-        return lostError();
+    if (lost()) return lostError();
     return Status::success();
 }
 
@@ -188,8 +174,7 @@ Error X11Connection::lostError() {
 }
 
 Error X11Connection::requestError(std::string_view what, const xcb_generic_error_t* error) const {
-    if (lost())
-        return lostError();
+    if (lost()) return lostError();
     std::string message(what);
     std::int64_t code = 0;
     if (error != nullptr) {

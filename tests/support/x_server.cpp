@@ -258,6 +258,31 @@ void XServer::kill() {
     if (server_) server_->kill();
 }
 
+std::vector<std::uint32_t> XServer::cardinalProperty(std::uint32_t window,
+                                                     const std::string& name) const {
+    xcb_connection_t* connection = xcb_connect(display_.c_str(), nullptr);
+    std::vector<std::uint32_t> values;
+    if (xcb_connection_has_error(connection) == 0) {
+        auto* atom = xcb_intern_atom_reply(
+            connection,
+            xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str()),
+            nullptr);
+        if (atom != nullptr) {
+            auto* reply = xcb_get_property_reply(
+                connection,
+                xcb_get_property(connection, 0, window, atom->atom, XCB_ATOM_ANY, 0, 64), nullptr);
+            if (reply != nullptr && reply->format == 32) {
+                const auto* data = static_cast<const std::uint32_t*>(xcb_get_property_value(reply));
+                values.assign(data, data + xcb_get_property_value_length(reply) / 4);
+            }
+            std::free(reply);
+        }
+        std::free(atom);
+    }
+    xcb_disconnect(connection);
+    return values;
+}
+
 GtkWindowFixture::GtkWindowFixture(const XServer& server, Options options) {
     std::vector<std::string> arguments{
         systemPython(), fixturePath("gtk_window.py"),

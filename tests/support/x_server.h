@@ -75,6 +75,9 @@ class XServer {
                                         bool pipes = false) const;
     // Kills the server: the X connections of every client break.
     void kill();
+    // The 32-bit values of a window's property (CARDINAL, ATOM, WINDOW); empty when absent.
+    std::vector<std::uint32_t> cardinalProperty(std::uint32_t window,
+                                                const std::string& name) const;
     bool windowManagerRunning() const { return windowManager_ != nullptr; }
 
   private:

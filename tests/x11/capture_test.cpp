@@ -1,0 +1,283 @@
+// The x11 backend on a private X server with real windows: listings, identities, displays,
+// permissions and captured pixels, all through the helper's protocol.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "support/helper_process.h"
+#include "support/x_server.h"
+#include "x11/x11_helper.h"
+
+namespace brindlemar::testing {
+namespace {
+
+const std::vector<int> kRed{255, 0, 0, 255};
+const std::vector<int> kBlue{0, 0, 255, 255};
+const std::vector<int> kGreen{0, 255, 0, 255};
+
+// Box filtering in fixed point may round a channel by a few steps.
+::testing::AssertionResult closeColour(const std::vector<int>& actual,
+                                       const std::vector<int>& expected) {
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        if (std::abs(actual.at(i) - expected[i]) > 3) {
+            return ::testing::AssertionFailure() << ::testing::PrintToString(actual) << " is not "
+                                                 << ::testing::PrintToString(expected);
+        }
+    }
+    return ::testing::AssertionSuccess();
+}
+
+class X11CaptureTest : public ::testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        server = new XServer();
+        red = new GtkWindowFixture(*server, {.title = "Rot ✓ — ünïcode 日本",
+                                             .colour = "#ff0000",
+                                             .width = 400,
+                                             .height = 300,
+                                             .x = 100,
+                                             .y = 100});
+        covered = new GtkWindowFixture(*server, {.title = "Covered",
+                                                 .colour = "#0000ff",
+                                                 .width = 300,
+                                                 .height = 200,
+                                                 .x = 700,
+                                                 .y = 200});
+        cover = new GtkWindowFixture(*server, {.title = "Cover",
+                                               .colour = "#00ff00",
+                                               .width = 500,
+                                               .height = 400,
+                                               .x = 650,
+                                               .y = 150});
+        dock = new GtkWindowFixture(
+            *server,
+            {.title = "Dock", .width = 200, .height = 60, .x = 1500, .y = 0, .typeHint = "dock"});
+        above = new GtkWindowFixture(*server, {.title = "Above",
+                                               .width = 200,
+                                               .height = 150,
+                                               .x = 1500,
+                                               .y = 700,
+                                               .keepAbove = true});
+        terminal = server->spawn({"xterm", "-T", "Terminal héllo", "-geometry", "40x10+100+600"})
+                       .release();
+    }
+
+    static void TearDownTestSuite() {
+        delete terminal;
+        delete above;
+        delete dock;
+        delete cover;
+        delete covered;
+        delete red;
+        delete server;
+    }
+
+    void SetUp() override { helper = std::make_unique<HelperProcess>(x11HelperOptions(*server)); }
+
+    Record grab(const Json& request) { return helper->request(request, 10s); }
+
+    std::uint32_t firstDisplayId() {
+        auto reply = helper->request({{"cmd", "list_displays"}});
+        return reply.header["displays"].at(0)["id"];
+    }
+
+    static XServer* server;
+    static GtkWindowFixture* red;
+    static GtkWindowFixture* covered;
+    static GtkWindowFixture* cover;
+    static GtkWindowFixture* dock;
+    static GtkWindowFixture* above;
+    static ChildProcess* terminal;
+    std::unique_ptr<HelperProcess> helper;
+};
+
+XServer* X11CaptureTest::server = nullptr;
+GtkWindowFixture* X11CaptureTest::red = nullptr;
+GtkWindowFixture* X11CaptureTest::covered = nullptr;
+GtkWindowFixture* X11CaptureTest::cover = nullptr;
+GtkWindowFixture* X11CaptureTest::dock = nullptr;
+GtkWindowFixture* X11CaptureTest::above = nullptr;
+ChildProcess* X11CaptureTest::terminal = nullptr;
+
+TEST_F(X11CaptureTest, ListsApplicationWindowsWithTitlesOwnersAndIdentities) {
+    const std::string pythonIdentity = "linux:exe:" + sha256OfFile(systemPython());
+    struct Case {
+        GtkWindowFixture* window;
+        std::string title;
+    };
+    for (const Case& c :
+         {Case{red, "Rot ✓ — ünïcode 日本"}, Case{covered, "Covered"}, Case{cover, "Cover"}}) {
+        SCOPED_TRACE(c.title);
+        auto listed = waitUntilListed(*helper, c.window->windowId());
+        ASSERT_TRUE(listed);
+        EXPECT_EQ((*listed)["title"], c.title);
+        EXPECT_EQ((*listed)["pid"], c.window->pid());
+        EXPECT_EQ((*listed)["app"], "Gtk_window.py");
+        EXPECT_EQ((*listed)["application_id"], pythonIdentity);
+        EXPECT_EQ((*listed)["process_identity"], startTimeOfProcess(c.window->pid()));
+        EXPECT_EQ((*listed)["scale"], 1.0);
+    }
+}
+
+TEST_F(X11CaptureTest, ListsTheTerminalWithItsExecutableIdentity) {
+    std::optional<Json> listed;
+    Json windows;
+    for (int attempt = 0; attempt < 50 && !listed; ++attempt) {
+        windows = helper->request({{"cmd", "list"}}).header["windows"];
+        for (const auto& window : windows) {
+            if (window["pid"] == terminal->pid()) listed = window;
+        }
+        if (!listed) std::this_thread::sleep_for(100ms);
+    }
+    ASSERT_TRUE(listed) << "pid " << terminal->pid() << " not in " << windows.dump();
+    EXPECT_EQ((*listed)["title"], "Terminal héllo");
+    EXPECT_EQ((*listed)["app"], "XTerm");
+    EXPECT_EQ((*listed)["application_id"], "linux:exe:" + sha256OfFile("/usr/bin/xterm"));
+}
+
+TEST_F(X11CaptureTest, FramesIncludeTheWindowManagersDecorations) {
+    auto listed = waitUntilListed(*helper, red->windowId());
+    ASSERT_TRUE(listed);
+    auto extents = server->cardinalProperty(red->windowId(), "_NET_FRAME_EXTENTS");
+    ASSERT_EQ(extents.size(), 4u);
+    EXPECT_GT(extents[2], 0u) << "openbox draws a title bar";
+    EXPECT_EQ((*listed)["x"], 100);
+    EXPECT_EQ((*listed)["y"], 100);
+    EXPECT_EQ((*listed)["width"], 400 + extents[0] + extents[1]);
+    EXPECT_EQ((*listed)["height"], 300 + extents[2] + extents[3]);
+}
+
+TEST_F(X11CaptureTest, DocksAndWindowsKeptAboveAreNotListed) {
+    ASSERT_TRUE(waitUntilListed(*helper, red->windowId()));
+    for (auto* window : {dock, above}) {
+        EXPECT_FALSE(listedWindow(*helper, window->windowId()));
+    }
+}
+
+TEST_F(X11CaptureTest, FrontWindowsComeFirst) {
+    ASSERT_TRUE(waitUntilListed(*helper, cover->windowId()));
+    auto windows = helper->request({{"cmd", "list"}}).header["windows"];
+    auto position = [&](std::uint32_t id) {
+        for (std::size_t i = 0; i < windows.size(); ++i) {
+            if (windows[i]["id"] == id) return i;
+        }
+        return windows.size();
+    };
+    EXPECT_LT(position(cover->windowId()), position(covered->windowId()));
+}
+
+TEST_F(X11CaptureTest, ListsTheScreenAsOneDisplayOfScaleOne) {
+    auto reply = helper->request({{"cmd", "list_displays"}});
+    ASSERT_EQ(reply.type(), "displays");
+    ASSERT_EQ(reply.header["displays"].size(), 1u);
+    const auto& display = reply.header["displays"][0];
+    EXPECT_NE(display["id"], 0);
+    EXPECT_EQ(display["x"], 0);
+    EXPECT_EQ(display["y"], 0);
+    EXPECT_EQ(display["width"], 1920);
+    EXPECT_EQ(display["height"], 1080);
+    EXPECT_EQ(display["scale"], 1.0);
+    EXPECT_EQ(display["display_identity"], "") << "Xvfb's output has no EDID";
+}
+
+TEST_F(X11CaptureTest, GrantsEveryPermissionTheServerOffers) {
+    for (const char* command : {"permission", "axpermission", "watch_permission"}) {
+        for (bool request : {false, true}) {
+            SCOPED_TRACE(command);
+            auto reply = helper->request({{"cmd", command}, {"request", request}});
+            EXPECT_EQ(reply.header, (Json{{"type", "permission"}, {"granted", true}}));
+        }
+    }
+}
+
+TEST_F(X11CaptureTest, CapturesWindowsInTheirOwnColours) {
+    struct Case {
+        GtkWindowFixture* window;
+        std::vector<int> colour;
+    };
+    for (const Case& c : {Case{red, kRed}, Case{covered, kBlue}, Case{cover, kGreen}}) {
+        auto listed = waitUntilListed(*helper, c.window->windowId());
+        ASSERT_TRUE(listed);
+        SCOPED_TRACE((*listed)["title"].get<std::string>());
+        // The blue window lies wholly under the green one: it is still captured whole.
+        auto frame = grab({{"cmd", "grab_pixels"}, {"id", c.window->windowId()}});
+        ASSERT_EQ(frame.type(), "frame") << frame.header.dump();
+        EXPECT_EQ(frame.header["format"], "RGBA");
+        EXPECT_EQ(frame.header["w"], (*listed)["width"]);
+        EXPECT_EQ(frame.header["h"], (*listed)["height"]);
+        auto image = imageOfFrame(frame);
+        EXPECT_EQ(image.at(image.width / 2, image.height / 2), c.colour);
+        EXPECT_EQ(image.at(image.width / 2, image.height - 10), c.colour);
+    }
+}
+
+TEST_F(X11CaptureTest, ScalesWindowCapturesToTheBudget) {
+    auto listed = waitUntilListed(*helper, red->windowId());
+    ASSERT_TRUE(listed);
+    auto frame = grab({{"cmd", "grab"}, {"id", red->windowId()}, {"max_px", 200}});
+    ASSERT_EQ(frame.type(), "frame") << frame.header.dump();
+    EXPECT_EQ(frame.header["format"], "PNG");
+    EXPECT_EQ(frame.header["w"], 200);
+    auto image = imageOfFrame(frame);
+    EXPECT_EQ(image.width, 200);
+    EXPECT_TRUE(closeColour(image.at(100, image.height * 2 / 3), kRed));
+}
+
+TEST_F(X11CaptureTest, CapturesTheDisplayAsTheScreenShowsIt) {
+    auto red_ = waitUntilListed(*helper, red->windowId());
+    auto cover_ = waitUntilListed(*helper, cover->windowId());
+    ASSERT_TRUE(red_ && cover_);
+    auto frame = grab({{"cmd", "grab_display_pixels"}, {"id", firstDisplayId()}});
+    ASSERT_EQ(frame.type(), "frame") << frame.header.dump();
+    EXPECT_EQ(frame.header["w"], 1920);
+    EXPECT_EQ(frame.header["h"], 1080);
+    EXPECT_EQ(frame.payload.size(), 1920u * 1080u * 4u);
+    auto image = imageOfFrame(frame);
+    auto centre = [](const Json& w) {
+        return std::pair<int, int>{w["x"].get<int>() + w["width"].get<int>() / 2,
+                                   w["y"].get<int>() + w["height"].get<int>() / 2};
+    };
+    auto [redX, redY] = centre(*red_);
+    auto [coverX, coverY] = centre(*cover_);
+    EXPECT_EQ(image.at(redX, redY), kRed);
+    EXPECT_EQ(image.at(coverX, coverY), kGreen);
+}
+
+TEST_F(X11CaptureTest, ScalesDisplayCapturesToTheDefaultBudget) {
+    auto frame = grab({{"cmd", "grab_display"}});
+    ASSERT_EQ(frame.type(), "frame") << frame.header.dump();
+    EXPECT_EQ(frame.header["format"], "PNG");
+    EXPECT_EQ(frame.header["w"], 1600);
+    EXPECT_EQ(frame.header["h"], 900);
+    auto image = imageOfFrame(frame);
+    EXPECT_EQ(image.width, 1600);
+    EXPECT_EQ(image.height, 900);
+}
+
+TEST_F(X11CaptureTest, AWindowThatVanishesIsNotFound) {
+    GtkWindowFixture brief(*server, {.title = "Brief", .x = 300, .y = 500});
+    ASSERT_TRUE(waitUntilListed(*helper, brief.windowId()));
+    brief.process().kill();
+    std::this_thread::sleep_for(300ms);
+    for (const char* command : {"grab", "grab_pixels"}) {
+        auto reply = grab({{"cmd", command}, {"id", brief.windowId()}});
+        EXPECT_EQ(reply.type(), "error");
+        EXPECT_EQ(reply.header["error"],
+                  "window " + std::to_string(brief.windowId()) + " not found");
+    }
+}
+
+TEST_F(X11CaptureTest, TitleChangesShowInTheNextListing) {
+    red->command("title Geändert ✓");
+    auto listed = listedWindow(*helper, red->windowId());
+    red->command("title Rot ✓ — ünïcode 日本");
+    ASSERT_TRUE(listed);
+    EXPECT_EQ((*listed)["title"], "Geändert ✓");
+}
+
+}  // namespace
+}  // namespace brindlemar::testing

@@ -2,7 +2,6 @@
 
 #include <poll.h>
 
-#include <iostream>
 #include <stdexcept>
 #include <thread>
 
@@ -49,7 +48,6 @@ std::optional<Json> InputFixture::next(const std::string& event,
         if (left.count() <= 0) return std::nullopt;
         auto line = process_->readLine(left);
         if (!line) return std::nullopt;
-        std::cerr << "fixture: " << *line << "\n";
         auto record = Json::parse(*line, nullptr, false);
         if (record.is_object() && record.value("event", "") == event) return record;
     }

@@ -4,6 +4,7 @@
 
 #include "platform/x11/connection.h"
 #include "platform/x11/input_services.h"
+#include "platform/x11/window_catalogue.h"
 #include "platform/x11/window_list_queries.h"
 #include "platform/x11/window_list_raise.h"
 
@@ -75,7 +76,7 @@ class X11WindowAccessibility final : public Accessibility {
                                                std::string_view attribute) {
         if (attribute != "AXPosition" && attribute != "AXSize")
             return unsupportedAttribute(attribute);
-        auto frame = outerFrame(connection_, window.window);
+        auto frame = clientFrame(connection_, window.window);
         if (!frame) return Error{kAccessibilityErrorDomain, kInvalidElement, "the window is gone"};
         if (attribute == "AXPosition") return AXAttributeValue{Point{frame->x, frame->y}};
         return AXAttributeValue{Size{frame->width, frame->height}};

@@ -10,21 +10,6 @@
 namespace brindlemar::platform::x11 {
 namespace {
 
-// The child of the root that holds `window`, or `window` itself when it is one.
-std::optional<xcb_window_t> topLevelAncestor(xcb_connection_t* c, xcb_window_t window) {
-    xcb_window_t current = window;
-    // Window managers nest a client a few levels deep at most; the bound only guards a loop.
-    for (int depth = 0; depth < 16; ++depth) {
-        XcbReply<xcb_query_tree_reply_t> tree(
-            xcb_query_tree_reply(c, xcb_query_tree(c, current), nullptr));
-        if (!tree) return std::nullopt;
-        if (current == tree->root) return std::nullopt;
-        if (tree->parent == tree->root) return current;
-        current = tree->parent;
-    }
-    return std::nullopt;
-}
-
 std::vector<xcb_window_t> windowProperty(xcb_connection_t* c, xcb_window_t window,
                                          xcb_atom_t property) {
     XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
@@ -58,21 +43,6 @@ std::vector<xcb_window_t> rootChildrenFrontFirst(xcb_connection_t* c, xcb_window
 }
 
 }  // namespace
-
-std::optional<Rect> outerFrame(X11Connection& connection, xcb_window_t window) {
-    xcb_connection_t* c = connection.raw();
-    if (window == XCB_WINDOW_NONE) return std::nullopt;
-    auto topLevel = topLevelAncestor(c, window);
-    if (!topLevel) return std::nullopt;
-    XcbReply<xcb_get_geometry_reply_t> geometry(
-        xcb_get_geometry_reply(c, xcb_get_geometry(c, *topLevel), nullptr));
-    if (!geometry) return std::nullopt;
-    // A child of the root has its position in root coordinates already, at the outer edge of
-    // its border.
-    const double border = 2.0 * geometry->border_width;
-    return Rect{static_cast<double>(geometry->x), static_cast<double>(geometry->y),
-                geometry->width + border, geometry->height + border};
-}
 
 std::vector<std::optional<std::int32_t>> ownerPids(X11Connection& connection,
                                                    std::span<const xcb_window_t> windows) {

@@ -7,16 +7,9 @@
 #include <span>
 #include <vector>
 
-#include "platform/geometry.h"
-
 namespace brindlemar::platform::x11 {
 
 class X11Connection;
-
-// The outer frame of a window in root coordinates: the rectangle of its top-level ancestor (the
-// window manager's frame when it has one, else the window itself), borders included. Absent when
-// the window does not exist or is the root.
-std::optional<Rect> outerFrame(X11Connection& connection, xcb_window_t window);
 
 // The pid of the process that owns each window, in the order asked, with one round trip for
 // all: the server's own record of the creating client (X-Resource) where the server keeps one,

@@ -80,6 +80,13 @@ void restackWithoutManager(X11Connection& connection, xcb_window_t window) {
     connection.sync();
 }
 
+bool windowExists(X11Connection& connection, xcb_window_t window) {
+    xcb_connection_t* c = connection.raw();
+    XcbReply<xcb_get_window_attributes_reply_t> attributes(
+        xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr));
+    return attributes != nullptr;
+}
+
 }  // namespace
 
 bool windowManagerRunning(X11Connection& connection) {
@@ -90,7 +97,7 @@ bool windowManagerRunning(X11Connection& connection) {
 }
 
 bool raiseClientWindow(X11Connection& connection, xcb_window_t window) {
-    if (!outerFrame(connection, window)) return false;
+    if (!windowExists(connection, window)) return false;
     if (!windowManagerRunning(connection)) {
         restackWithoutManager(connection, window);
         return true;

@@ -59,6 +59,8 @@ bool configure(spng_ctx* context, const platform::PixelBuffer& image, bool opaqu
            spng_set_option(context, SPNG_IMG_COMPRESSION_LEVEL, settings.compressionLevel) == 0 &&
            spng_set_option(context, SPNG_IMG_COMPRESSION_STRATEGY, settings.strategy) == 0 &&
            spng_set_option(context, SPNG_FILTER_CHOICE, settings.filterChoice) == 0 &&
+           spng_set_option(context, SPNG_IMG_WINDOW_BITS, settings.windowBits) == 0 &&
+           spng_set_option(context, SPNG_IMG_MEM_LEVEL, settings.memLevel) == 0 &&
            spng_set_ihdr(context, &header) == 0;
 }
 

@@ -34,6 +34,8 @@ struct PngEncoderSettings {
     int strategy = 3;             // zlib strategy (3: Z_RLE)
     int filterChoice = 32;        // libspng filter choice mask (32: UP only)
     bool dropOpaqueAlpha = true;  // write RGB when every pixel is opaque
+    int windowBits = 15;          // zlib window
+    int memLevel = 8;             // zlib hash memory
 };
 
 // Encodes a premultiplied RGBA image as a PNG file with straight alpha (or no alpha channel

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+
+#include "platform/pixel_buffer.h"
+
+namespace brindlemar::bench {
+
+// Renders a desktop that compresses like a real one: a photographic wallpaper, an editor full of
+// anti-aliased code text with syntax colours, a photo viewer, a browser page with paragraphs and
+// an image, gradient title bars and a dock. Opaque, premultiplied RGBA.
+platform::PixelBuffer renderDesktop(std::int64_t width, std::int64_t height);
+
+// Resamples an image to another size with bilinear filtering, as a screenshot service scales a
+// display down to the requested size.
+platform::PixelBuffer resample(const platform::PixelBuffer& source, std::int64_t width,
+                               std::int64_t height);
+
+}  // namespace brindlemar::bench

@@ -20,10 +20,11 @@ bool findRef(const AxNode& node, const std::string& ref, std::vector<std::size_t
 }  // namespace
 
 std::string NodeIdentity::key() const {
-    if (ref) return "ref:" + *ref;
-    std::string text = "node:" + std::to_string(windowId);
+    std::string text = ref ? "ref:" : "node:";
+    if (ref) return text.append(*ref);
+    text.append(std::to_string(windowId));
     for (std::size_t index : path)
-        text += "/" + std::to_string(index);
+        text.append("/").append(std::to_string(index));
     return text;
 }
 

@@ -1,5 +1,5 @@
-// Fills rectangles of one colour: opaque spans are copied from one prepared row with memcpy,
-// translucent ones are blended source-over in premultiplied form.
+// Fills rectangles of one colour (opaque ones copied, translucent ones blended source-over in
+// premultiplied form); rows that look alike are composed once and copied with memcpy.
 
 #include "platform/sim/renderer.h"
 
@@ -36,26 +36,29 @@ void copyFill(PixelBuffer& image, const PixelSpan& span, const Pixel& pixel) {
     }
 }
 
-void blendFill(PixelBuffer& image, const PixelSpan& span, const Pixel& pixel) {
+// Fills pixels [x0, x1) of one row with the colour, blending when it is translucent.
+void fillRow(std::uint8_t* row, std::int64_t x0, std::int64_t x1, const Colour& colour) {
+    if (x0 >= x1 || colour.a == 0) return;
+    Pixel pixel = premultiply(colour);
+    std::uint8_t* p = row + x0 * 4;
+    if (colour.a == 0xFF) {
+        for (std::int64_t x = x0; x < x1; ++x, p += 4)
+            std::memcpy(p, pixel.data(), 4);
+        return;
+    }
     const unsigned keep = 255u - pixel[3];
-    for (std::int64_t y = span.y0; y < span.y1; ++y) {
-        std::uint8_t* p = image.row(y) + span.x0 * 4;
-        for (std::int64_t x = span.x0; x < span.x1; ++x, p += 4) {
-            for (int c = 0; c < 4; ++c) {
-                p[c] = static_cast<std::uint8_t>(pixel[c] + (p[c] * keep + 127) / 255);
-            }
+    for (std::int64_t x = x0; x < x1; ++x, p += 4) {
+        for (int c = 0; c < 4; ++c) {
+            p[c] = static_cast<std::uint8_t>(pixel[c] + (p[c] * keep + 127) / 255);
         }
     }
 }
 
+// Fills a rectangle of the image, blending when the colour is translucent.
 void fill(PixelBuffer& image, const PixelSpan& span, const Colour& colour) {
-    if (span.empty() || colour.a == 0) return;
-    Pixel pixel = premultiply(colour);
-    if (colour.a == 0xFF) {
-        copyFill(image, span, pixel);
-    } else {
-        blendFill(image, span, pixel);
-    }
+    if (span.empty()) return;
+    for (std::int64_t y = span.y0; y < span.y1; ++y)
+        fillRow(image.row(y), span.x0, span.x1, colour);
 }
 
 std::int64_t toPixel(double value, std::int64_t limit) {
@@ -74,11 +77,32 @@ PixelSpan spanOf(const Rect& window, const Rect& display, const PixelBuffer& ima
             toPixel((window.maxY() - display.minY()) * sy, image.height())};
 }
 
+// Every window edge splits the image into horizontal bands in which each row looks the same:
+// one row per band is composed back to front and copied to the band's other rows.
 void renderDisplay(const DisplayPicture& picture, PixelBuffer& image) {
-    PixelSpan whole{0, 0, image.width(), image.height()};
-    copyFill(image, whole, premultiply(picture.background));
+    std::vector<PixelSpan> spans;
+    std::vector<std::int64_t> edges = {0, image.height()};
     for (const auto& window : picture.backToFront) {
-        fill(image, spanOf(window.frame, picture.frame, image), window.fill);
+        spans.push_back(spanOf(window.frame, picture.frame, image));
+        edges.push_back(spans.back().y0);
+        edges.push_back(spans.back().y1);
+    }
+    std::sort(edges.begin(), edges.end());
+    edges.erase(std::unique(edges.begin(), edges.end()), edges.end());
+    const Pixel background = premultiply(picture.background);
+    for (std::size_t band = 0; band + 1 < edges.size(); ++band) {
+        const std::int64_t top = edges[band];
+        const std::int64_t bottom = edges[band + 1];
+        std::uint8_t* first = image.row(top);
+        for (std::int64_t x = 0; x < image.width(); ++x)
+            std::memcpy(first + x * 4, background.data(), 4);
+        for (std::size_t i = 0; i < spans.size(); ++i) {
+            if (spans[i].y0 <= top && spans[i].y1 >= bottom && !spans[i].empty()) {
+                fillRow(first, spans[i].x0, spans[i].x1, picture.backToFront[i].fill);
+            }
+        }
+        for (std::int64_t y = top + 1; y < bottom; ++y)
+            std::memcpy(image.row(y), first, image.stride());
     }
 }
 

@@ -2,27 +2,22 @@
 
 #include <algorithm>
 
-#include "platform/sim/renderer.h"
+#include "platform/sim/capture_picture.h"
 #include "platform/sim/sim_services.h"
 
 namespace brindlemar::platform::sim {
 namespace {
 
-// Errors of the capture service, in the domain and with the codes of the system's.
-constexpr const char* kCaptureDomain = "com.apple.ScreenCaptureKit.SCStreamErrorDomain";
-constexpr std::int64_t kUserDeclined = -3801;
-constexpr std::int64_t kFailedToStart = -3802;
-constexpr std::int64_t kNoContent = -3815;
 // The largest image a screenshot renders: 1 GiB of pixels.
 constexpr std::int64_t kMaxScreenshotPixels = std::int64_t{1} << 28;
 
 Error notPermitted() {
-    return Error{kCaptureDomain, kUserDeclined,
+    return Error{kCaptureDomain, kCaptureUserDeclined,
                  "The user declined TCCs for application, window, display capture"};
 }
 
 std::optional<Error> refusal(const Scene& scene, const std::optional<std::string>& injected) {
-    if (injected) return Error{kCaptureDomain, kFailedToStart, *injected};
+    if (injected) return Error{kCaptureDomain, kCaptureFailedToStart, *injected};
     if (!scene.permissions.screenRecording) return notPermitted();
     return std::nullopt;
 }
@@ -34,38 +29,6 @@ CatalogueWindow catalogueWindow(const Scene& scene, const SceneWindow& w) {
         entry.owner = OwningApplication{app && app->name ? *app->name : "", *w.pid};
     }
     return entry;
-}
-
-const SceneWindow* capturedWindow(const Scene& scene, std::uint32_t id) {
-    const SceneWindow* window = scene.findWindow(id);
-    return window != nullptr && window->onScreen ? window : nullptr;
-}
-
-DisplayPicture displayPicture(const Scene& scene, const SceneDisplay& display) {
-    DisplayPicture picture{display.frame, display.background, {}};
-    for (auto it = scene.windows.rbegin(); it != scene.windows.rend(); ++it) {
-        if (it->onScreen && it->frame.intersects(display.frame)) {
-            picture.backToFront.push_back({it->frame, it->fill});
-        }
-    }
-    return picture;
-}
-
-Expected<Picture> pictureOf(const Scene& scene, const CaptureFilter& filter) {
-    if (filter.kind == CaptureFilterKind::Window) {
-        const SceneWindow* window = capturedWindow(scene, filter.id);
-        if (window == nullptr) {
-            return Error{kCaptureDomain, kNoContent,
-                         "window " + std::to_string(filter.id) + " is not on screen"};
-        }
-        return Picture{WindowPicture{window->fill}};
-    }
-    const SceneDisplay* display = scene.findDisplay(filter.id);
-    if (display == nullptr) {
-        return Error{kCaptureDomain, kNoContent,
-                     "display " + std::to_string(filter.id) + " is not available"};
-    }
-    return Picture{displayPicture(scene, *display)};
 }
 
 }  // namespace
@@ -112,12 +75,12 @@ Expected<PixelBuffer> SimScreenshots::captureImage(const CaptureFilter& filter,
     const std::int64_t height = configuration.height;
     if (width < 1 || height < 1 || width > kMaxScreenshotPixels / height) {
         return Error{
-            kCaptureDomain, kFailedToStart,
+            kCaptureDomain, kCaptureFailedToStart,
             "invalid screenshot size " + std::to_string(width) + " x " + std::to_string(height)};
     }
     auto picture = store_.write([&](Scene& scene, Journal& journal) -> Expected<Picture> {
         if (auto error = refusal(scene, scene.capture.screenshotError)) return *error;
-        auto found = pictureOf(scene, filter);
+        auto found = capturePicture(scene, filter);
         if (!found) return found;
         bool isWindow = filter.kind == CaptureFilterKind::Window;
         journal.record(effect("screenshot", {{"filter", isWindow ? "window" : "display"},

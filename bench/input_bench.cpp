@@ -75,9 +75,11 @@ struct Latencies {
     std::vector<double> toReply;
 };
 
-// Sends requests made by `requestFor(i)` one at a time; each must journal one event.
-Latencies measure(Child& helper, JournalTail& journal,
-                  const std::function<std::string(int)>& requestFor) {
+// Sends requests made by `requestFor(i)` one at a time; each must journal one event. Only the
+// requests for which `kept(i)` holds are counted.
+Latencies measure(
+    Child& helper, JournalTail& journal, const std::function<std::string(int)>& requestFor,
+    const std::function<bool(int)>& kept = [](int) { return true; }) {
     Latencies result;
     result.toJournal.reserve(kRequests);
     result.toReply.reserve(kRequests);
@@ -92,7 +94,7 @@ Latencies measure(Child& helper, JournalTail& journal,
         if (reply.find("\"ok\":true") == std::string::npos) {
             throw std::runtime_error("unexpected reply " + reply + " to " + line);
         }
-        if (i < kWarmUp) continue;
+        if (i < kWarmUp || !kept(i)) continue;
         result.toJournal.push_back(journalled * 1e6);
         result.toReply.push_back(replied * 1e6);
     }
@@ -123,8 +125,10 @@ int main() {
                                               {"BRINDLEMAR_SIM_SCENE", dir + "/scene.json"},
                                               {"BRINDLEMAR_SIM_JOURNAL", journalPath}});
         JournalTail journal(journalPath);
-        std::printf("input latency over %d requests each (sim desktop, journal file):\n",
-                    kRequests);
+        std::printf(
+            "input latency over %d requests each, half of them for press and release (sim desktop, "
+            "journal file):\n",
+            kRequests);
         report("pointer move", measure(helper, journal, [](int i) {
                    return inputLine(R"({"kind":"mouse","nx":)" + std::to_string((i % 100) / 100.0) +
                                     "}");
@@ -135,10 +139,14 @@ int main() {
                }));
         report("scroll", measure(helper, journal,
                                  [](int) { return inputLine(R"({"kind":"scroll","dy":120})"); }));
-        report("press+release (raises)", measure(helper, journal, [](int i) {
-                   return inputLine(i % 2 == 0 ? R"({"kind":"mouse","action":"down"})"
-                                               : R"({"kind":"mouse","action":"up"})");
-               }));
+        auto pressOrRelease = [](int i) {
+            return inputLine(i % 2 == 0 ? R"({"kind":"mouse","action":"down"})"
+                                        : R"({"kind":"mouse","action":"up"})");
+        };
+        report("press (raises the window)",
+               measure(helper, journal, pressOrRelease, [](int i) { return i % 2 == 0; }));
+        report("release",
+               measure(helper, journal, pressOrRelease, [](int i) { return i % 2 == 1; }));
     }
     std::remove((dir + "/scene.json").c_str());
     std::remove(journalPath.c_str());

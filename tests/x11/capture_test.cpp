@@ -107,7 +107,7 @@ TEST_F(X11CaptureTest, ListsTheTerminalWithItsExecutableIdentity) {
     auto terminal = server->spawn({"xterm", "-T", "Terminal héllo", "-geometry", "40x10+100+600"});
     std::optional<Json> listed;
     Json windows;
-    for (int attempt = 0; attempt < 50 && !listed; ++attempt) {
+    for (int attempt = 0; attempt < 100 && !listed; ++attempt) {
         windows = helper->request({{"cmd", "list"}}).header["windows"];
         for (const auto& window : windows) {
             if (window["pid"] == terminal->pid()) listed = window;

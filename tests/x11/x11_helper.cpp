@@ -30,7 +30,7 @@ std::optional<Json> listedWindow(HelperProcess& helper, std::uint32_t id) {
 }
 
 std::optional<Json> waitUntilListed(HelperProcess& helper, std::uint32_t id) {
-    for (int attempt = 0; attempt < 50; ++attempt) {
+    for (int attempt = 0; attempt < 100; ++attempt) {
         if (auto window = listedWindow(helper, id)) return window;
         std::this_thread::sleep_for(100ms);
     }

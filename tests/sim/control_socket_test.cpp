@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/sim/drop_client.h"
 #include "support/helper_process.h"
 #include "support/sim_control.h"
 
@@ -140,6 +141,18 @@ TEST_F(ControlSocket, DropOutcomesFollowTheTopMostWindowUnderThePoint) {
     auto drag = control.state()["drag_pasteboard"];
     EXPECT_EQ(drag["change"], 1);  // only the accepted drop
     EXPECT_EQ(drag["files"], Json::array({"/tmp/a.txt", "/tmp/b b.png"}));
+}
+
+TEST_F(ControlSocket, FileDropChildReachesTheDesktopThroughTheSocket) {
+    using platform::sim::DropOutcome;
+    using platform::sim::dropThroughControlSocket;
+    auto accepted = dropThroughControlSocket(helper.socketPath(), {200, 200}, {"/tmp/x"});
+    ASSERT_TRUE(accepted.ok()) << accepted.error().message;
+    EXPECT_EQ(*accepted, DropOutcome::Accepted);
+    EXPECT_EQ(*dropThroughControlSocket(helper.socketPath(), {1300, 150}, {}), DropOutcome::Hang);
+    EXPECT_EQ(control.journal().size(), 2u);
+    TempDir empty;
+    EXPECT_FALSE(dropThroughControlSocket(empty.file("none.sock"), {0, 0}, {}).ok());
 }
 
 TEST_F(ControlSocket, UserEventsAreValidatedAndReachNoTapYet) {

@@ -205,7 +205,7 @@ void window(Canvas& canvas, std::int64_t x, std::int64_t y, std::int64_t w, std:
 
 }  // namespace
 
-platform::PixelBuffer renderDesktop(std::int64_t width, std::int64_t height) {
+platform::PixelBuffer renderDesktop(std::int64_t width, std::int64_t height, Wallpaper wallpaper) {
     platform::PixelBuffer image(width, height);
     Canvas canvas(image);
     const Font font(14, 22, 7);
@@ -214,7 +214,11 @@ platform::PixelBuffer renderDesktop(std::int64_t width, std::int64_t height) {
     const std::vector<Colour> prose = {{20, 20, 20}};
 
     // Wallpaper, menu bar and dock.
-    photograph(canvas, 0, 0, width, height, 1, 220, 1.0);  // a smooth wallpaper
+    if (wallpaper == Wallpaper::Photograph) {
+        photograph(canvas, 0, 0, width, height, 1, 220, 1.0);
+    } else {
+        canvas.verticalGradient(0, 0, width, height, {40, 70, 140}, {190, 110, 150});
+    }
     canvas.verticalGradient(0, 0, width, 48, {246, 246, 246}, {230, 230, 230});
     textBlock(canvas, font, 40, 12, width / 3, 36, 2, prose, false);
     canvas.verticalGradient(width / 4, height - 130, width / 2, 120, {200, 200, 210},

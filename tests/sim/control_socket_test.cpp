@@ -194,6 +194,18 @@ TEST_F(ControlSocket, GarbageAndVanishingClientsLeaveTheHelperServing) {
                   (Json{{"ok", false}, {"error", "bad request"}}));
         ::close(fd);
     }
+    std::string deep = std::string(100000, '[') + std::string(100000, ']');
+    EXPECT_EQ(control.call(Json::parse("{}")).value("ok", true), false);
+    {
+        int fd = rawConnect(helper.socketPath());
+        std::string line = deep + "\n";
+        ASSERT_EQ(::send(fd, line.data(), line.size(), MSG_NOSIGNAL),
+                  static_cast<ssize_t>(line.size()));
+        char reply[256] = {};
+        ASSERT_GT(::recv(fd, reply, sizeof reply - 1, 0), 0);
+        EXPECT_NE(std::string(reply).find("bad request"), std::string::npos);
+        ::close(fd);
+    }
     EXPECT_EQ(control.call({{"op", "now"}})["ok"], true);
     EXPECT_EQ(helper.request({{"cmd", "ping"}}).type(), "pong");
 }

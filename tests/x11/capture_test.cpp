@@ -246,6 +246,33 @@ TEST_F(X11CaptureTest, ScalesDisplayCapturesToTheDefaultBudget) {
     EXPECT_EQ(image.height, 900);
 }
 
+TEST_F(X11CaptureTest, DisplayCapturesShowTheCursorAndWindowCapturesDoNot) {
+    auto listed = waitUntilListed(*helper, red->windowId());
+    ASSERT_TRUE(listed);
+    const int x = (*listed)["x"].get<int>() + (*listed)["width"].get<int>() / 2;
+    const int y = (*listed)["y"].get<int>() + (*listed)["height"].get<int>() / 2;
+    auto pointer = server->spawn({"xdotool", "mousemove", std::to_string(x), std::to_string(y)});
+    for (int i = 0; i < 100 && pointer->running(); ++i)
+        std::this_thread::sleep_for(20ms);
+    std::this_thread::sleep_for(200ms);
+
+    // The pointer's tip is at (x, y); the arrow covers pixels to its lower right.
+    auto redAround = [](const RgbaImage& image, int left, int top) {
+        int count = 0;
+        for (int dy = 0; dy < 12; ++dy) {
+            for (int dx = 0; dx < 8; ++dx)
+                count += image.at(left + dx, top + dy) == kRed;
+        }
+        return count;
+    };
+    auto display =
+        imageOfFrame(grab({{"cmd", "grab_display"}, {"id", firstDisplayId()}, {"max_px", 0}}));
+    EXPECT_LT(redAround(display, x, y), 12 * 8);
+    auto window = imageOfFrame(grab({{"cmd", "grab_pixels"}, {"id", red->windowId()}}));
+    EXPECT_EQ(redAround(window, x - (*listed)["x"].get<int>(), y - (*listed)["y"].get<int>()),
+              12 * 8);
+}
+
 TEST_F(X11CaptureTest, AWindowThatVanishesIsNotFound) {
     GtkWindowFixture brief(*server, {.title = "Brief", .x = 300, .y = 500});
     ASSERT_TRUE(waitUntilListed(*helper, brief.windowId()));

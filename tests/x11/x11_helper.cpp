@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <charconv>
+#include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -13,6 +14,10 @@
 namespace brindlemar::testing {
 
 HelperOptions x11HelperOptions(const XServer& server) {
+    // The helper inherits this process's environment before the options are added, and the
+    // first DISPLAY of an environment is the one that counts: a desktop the tests run under
+    // must not take the place of the private server.
+    ::setenv("DISPLAY", server.display().c_str(), 1);
     HelperOptions options;
     options.simBackend = false;
     options.environment = server.environment();

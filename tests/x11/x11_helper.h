@@ -11,7 +11,8 @@
 // Shared pieces of the x11 tests: the helper on a private server, and reading its records.
 namespace brindlemar::testing {
 
-// Options that start the helper with the x11 backend on `server`.
+// Options that start the helper with the x11 backend on `server`. Sets this process's DISPLAY
+// to the server too (the helper inherits it).
 HelperOptions x11HelperOptions(const XServer& server);
 
 // The window record of `id` in a "windows" reply; none when it is not listed.

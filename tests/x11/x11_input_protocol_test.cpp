@@ -11,6 +11,7 @@
 #include "support/helper_process.h"
 #include "support/x_server.h"
 #include "x11/input_test_support.h"
+#include "x11/x11_helper.h"
 
 namespace brindlemar::testing {
 namespace {
@@ -162,6 +163,29 @@ TEST_F(X11InputProtocolTest, ActivateBringsACoveredWindowToTheFront) {
     EXPECT_EQ(helper_->request({{"cmd", "activate"}, {"id", back.windowId()}}).header,
               (Json{{"type", "activate"}, {"ok", true}}));
     EXPECT_EQ(frontToBack().front(), back.windowId());
+}
+
+TEST_F(X11InputProtocolTest, ActivatedWindowIsWhatTheScreenShows) {
+    GtkWindowFixture covered(*server_, {.title = "Red", .colour = "#ff0000", .x = 100, .y = 100});
+    GtkWindowFixture cover(*server_, {.title = "Green", .colour = "#00ff00", .x = 200, .y = 150});
+    // A point inside both client areas.
+    const int x = 350;
+    const int y = 300;
+    const auto displays = helper_->request({{"cmd", "list_displays"}}).header;
+    ASSERT_FALSE(displays.value("displays", Json::array()).empty()) << displays.dump();
+    const auto displayId = displays["displays"][0]["id"];
+    auto pixelAt = [&]() -> std::vector<int> {
+        auto frame = helper_->request({{"cmd", "grab_display_pixels"}, {"id", displayId}}, 10s);
+        if (frame.type() != "frame") return {};
+        return imageOfFrame(frame).at(x, y);
+    };
+    const std::vector<int> red{255, 0, 0, 255};
+    const std::vector<int> green{0, 255, 0, 255};
+    EXPECT_EQ(pixelAt(), green);
+    EXPECT_EQ(helper_->request({{"cmd", "activate"}, {"id", covered.windowId()}}).header,
+              (Json{{"type", "activate"}, {"ok", true}}));
+    EXPECT_EQ(frontToBack().front(), covered.windowId());
+    EXPECT_EQ(pixelAt(), red);
 }
 
 TEST_F(X11InputProtocolTest, PressOnACoveredWindowRaisesItFirst) {

@@ -290,6 +290,15 @@ TEST_F(X11InputServicesTest, WindowListDescribesFramesOwnersAndMonitors) {
     EXPECT_FALSE(windows->describeWindow(id));
 }
 
+TEST_F(X11InputServicesTest, HiddenWindowIsStillDescribedWithItsOwner) {
+    GtkWindowFixture window(*server_, {.title = "Hidden"});
+    window.command("hide");  // answered once the server has unmapped it
+    auto entry = makeWindowList(*connection_)->describeWindow(window.windowId());
+    ASSERT_TRUE(entry);
+    EXPECT_EQ(entry->ownerPid, window.pid());
+    EXPECT_TRUE(entry->bounds);
+}
+
 TEST_F(X11InputServicesTest, AccessibilityListsRaisesAndRefusesTheRest) {
     InputFixture back(*server_, "Back", 100, 100);
     InputFixture front(*server_, "Front", 150, 150);

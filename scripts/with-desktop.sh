@@ -1,22 +1,34 @@
 #!/usr/bin/env bash
-# Runs a command with a private desktop: a D-Bus session bus, the AT-SPI accessibility bus and
-# registry, and, when no DISPLAY is set, an Xvfb display (1920x1080) with the openbox window
-# manager. Everything it started is stopped when the command ends; its exit status is the
-# command's. The x11 test binaries start their own private servers besides.
+# Runs a command with a private desktop: a D-Bus session bus and the AT-SPI accessibility bus and
+# registry. Everything it started is stopped when the command ends; its exit status is the
+# command's.
 #
 #   scripts/with-desktop.sh ctest --preset debug
+#   scripts/with-desktop.sh --display ./my-command
+#
+# Without --display, DISPLAY is cleared: the x11 test binaries start their own private X servers,
+# and nothing reaches the X session the command was started from. With --display, the command
+# gets an X display: the current one when DISPLAY is set, else a private Xvfb (1920x1080) with
+# the openbox window manager.
 set -euo pipefail
 
+want_display=0
+if [ "${1:-}" = "--display" ]; then
+  want_display=1
+  shift
+fi
 if [ $# -eq 0 ]; then
-  echo "usage: $0 command [arguments...]" >&2
+  echo "usage: $0 [--display] command [arguments...]" >&2
   exit 2
 fi
 
 # Re-run inside a fresh session bus, which ends with the command.
 if [ -z "${BRINDLEMAR_DESKTOP_SESSION:-}" ]; then
   export BRINDLEMAR_DESKTOP_SESSION=1
+  [ "$want_display" -eq 1 ] && set -- --display "$@"
   exec dbus-run-session -- "$0" "$@"
 fi
+unset BRINDLEMAR_DESKTOP_SESSION
 
 started=()
 cleanup() {
@@ -80,7 +92,11 @@ start_accessibility() {
   started_log "AT-SPI bus and registry running"
 }
 
-[ -n "${DISPLAY:-}" ] || start_display
+if [ "$want_display" -eq 1 ]; then
+  [ -n "${DISPLAY:-}" ] || start_display
+else
+  unset DISPLAY
+fi
 start_accessibility
 
 status=0

@@ -223,8 +223,9 @@ TEST_F(X11InputServicesTest, DragIsMotionWhileTheButtonIsHeld) {
                  EventTarget::hid());
     auto events = probe.collect(5);
     ASSERT_GE(events.size(), 4u);
-    const auto drag = std::find_if(events.begin(), events.end(), [&](const auto& e) {
-        return e.type == XCB_MOTION_NOTIFY && e.rootX == x + 90;
+    const int dragX = x + 90;
+    const auto drag = std::find_if(events.begin(), events.end(), [dragX](const auto& e) {
+        return e.type == XCB_MOTION_NOTIFY && e.rootX == dragX;
     });
     ASSERT_NE(drag, events.end());
     EXPECT_EQ(drag->state & XCB_BUTTON_MASK_1, XCB_BUTTON_MASK_1);

@@ -294,5 +294,28 @@ TEST_F(X11CaptureTest, TitleChangesShowInTheNextListing) {
     EXPECT_EQ((*listed)["title"], "Geändert ✓");
 }
 
+TEST(X11CaptureWithoutWindowManagerTest, ListsTheRootsMappedChildrenWithoutDecorations) {
+    XServer server({.windowManager = false});
+    GtkWindowFixture back(server, {.title = "Back", .colour = "#0000ff", .x = 50, .y = 60});
+    GtkWindowFixture front(server, {.title = "Front", .colour = "#00ff00", .x = 200, .y = 160});
+    HelperProcess helper(x11HelperOptions(server));
+    auto windows = helper.request({{"cmd", "list"}}).header["windows"];
+    ASSERT_EQ(windows.size(), 2u) << windows.dump();
+    EXPECT_EQ(windows[0]["id"], front.windowId()) << "the last mapped window is on top";
+    EXPECT_EQ(windows[1]["id"], back.windowId());
+    EXPECT_EQ(windows[1]["title"], "Back");
+    EXPECT_EQ(windows[1]["pid"], back.pid());
+    EXPECT_EQ(windows[1]["x"], 50);
+    EXPECT_EQ(windows[1]["y"], 60);
+    EXPECT_EQ(windows[1]["width"], 400);
+    EXPECT_EQ(windows[1]["height"], 300);
+
+    auto frame = helper.request({{"cmd", "grab_pixels"}, {"id", back.windowId()}}, 10s);
+    ASSERT_EQ(frame.type(), "frame") << frame.header.dump();
+    auto image = imageOfFrame(frame);
+    // The front window covers the back one's lower right part; the capture shows it whole.
+    EXPECT_EQ(image.at(390, 290), kBlue);
+}
+
 }  // namespace
 }  // namespace brindlemar::testing

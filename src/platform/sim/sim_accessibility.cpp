@@ -88,7 +88,7 @@ Expected<AXAttributeValue> SimAccessibility::copyAttribute(const AXElement& elem
         }
         auto at = locateNode(scene, std::get<NodeIdentity>(sim->target()));
         if (!at) return axError(ax_error::kInvalidUIElement, "the element no longer exists");
-        return nodeAttribute(scene, *at, attribute);
+        return nodeAttribute(*at, attribute);
     });
 }
 
@@ -124,8 +124,7 @@ Expected<AXAttributeValue> SimAccessibility::applicationAttribute(const Scene& s
     return unsupported(attribute);
 }
 
-Expected<AXAttributeValue> SimAccessibility::nodeAttribute(const Scene& scene,
-                                                           const NodeLocation& at,
+Expected<AXAttributeValue> SimAccessibility::nodeAttribute(const NodeLocation& at,
                                                            std::string_view attribute) {
     const AxNode& node = *at.node;
     if (contains(node.unreadable, attribute)) {
@@ -174,7 +173,6 @@ Expected<AXAttributeValue> SimAccessibility::nodeAttribute(const Scene& scene,
             parent = &parent->children[index];
         return AXAttributeValue{nodeElement(*at.window, parentPath, *parent)};
     }
-    (void)scene;
     return unsupported(attribute);
 }
 

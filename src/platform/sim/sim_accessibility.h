@@ -62,8 +62,7 @@ class SimAccessibility final : public Accessibility {
   private:
     Expected<AXAttributeValue> applicationAttribute(const Scene& scene, std::int32_t pid,
                                                     std::string_view attribute);
-    Expected<AXAttributeValue> nodeAttribute(const Scene& scene, const NodeLocation& at,
-                                             std::string_view attribute);
+    Expected<AXAttributeValue> nodeAttribute(const NodeLocation& at, std::string_view attribute);
     AXElement nodeElement(const SceneWindow& window, const std::vector<std::size_t>& path,
                           const AxNode& node);
 

@@ -114,6 +114,34 @@ TEST_F(X11InputServicesTest, KeysArriveAtTheFocusedWindowByPosition) {
     EXPECT_FALSE(poster->post(keyEvent(0x0A, true), EventTarget::hid()));
 }
 
+TEST_F(X11InputServicesTest, KeyEventsCarryingTextTypeItWithTheLayoutsKeys) {
+    InputFixture fixture(*server_, "Text");
+    fixture.command("focus");
+    auto poster = makeEventPoster(*connection_);
+    struct Case {
+        std::string text;
+        bool complete;         // every character has a key in the layout
+        std::string expected;  // the entry's whole text afterwards
+    };
+    const Case cases[] = {
+        {"Hi", true, "Hi"},
+        {" there, World!", true, "Hi there, World!"},
+        {" ~{x}", true, "Hi there, World! ~{x}"},
+        {" \u2713ok", false, "Hi there, World! ~{x} ok"},  // no key types a check mark
+    };
+    for (const auto& c : cases) {
+        SyntheticEvent down = keyEvent(0x00, true);
+        down.unicode = c.text;
+        SyntheticEvent up = keyEvent(0x00, false);
+        up.unicode = c.text;
+        EXPECT_EQ(poster->post(down, EventTarget::process(fixture.pid())), c.complete) << c.text;
+        EXPECT_TRUE(poster->post(up, EventTarget::process(fixture.pid())));
+        EXPECT_TRUE(fixture.until("text", [&](const nlohmann::json& r) {
+            return r["text"] == c.expected;
+        })) << c.expected;
+    }
+}
+
 TEST_F(X11InputServicesTest, HeldModifierIsARealKeyThatLaterEventsCarry) {
     ProbeWindow probe(server_->display(), 300, 300, 200, 200);
     probe.focus();

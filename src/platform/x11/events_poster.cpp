@@ -31,6 +31,7 @@ constexpr std::array<ModifierKey, 4> kModifierKeys = {{
     {kCommand, 0x37, 0x36},
 }};
 constexpr std::uint16_t kCapsLock = 0x39;
+constexpr std::uint16_t kShiftLeft = 0x38;
 
 std::uint64_t flagOfModifierKey(std::uint16_t virtualKey) {
     for (const auto& modifier : kModifierKeys)
@@ -107,7 +108,9 @@ std::int16_t toCoordinate(double value) {
 }  // namespace
 
 XTestEventPoster::XTestEventPoster(X11Connection& connection)
-    : connection_(connection), keymap_(ServerKeymap::read(connection.raw())) {}
+    : connection_(connection),
+      keymap_(ServerKeymap::read(connection.raw())),
+      textTyper_(connection.raw(), keymap_.keycodeFor(kShiftLeft)) {}
 
 bool XTestEventPoster::post(const SyntheticEvent& event, EventTarget /*target*/) {
     if (!connection_.extensions().xtest || connection_.lost()) return false;
@@ -130,6 +133,10 @@ std::uint64_t XTestEventPoster::heldModifierFlags() const {
 }
 
 bool XTestEventPoster::postKey(const SyntheticEvent& event) {
+    if (event.unicode && !event.unicode->empty()) {
+        const bool textDown = event.keyDown.value_or(event.type != EventType::KeyUp);
+        return !textDown || textTyper_.type(*event.unicode);
+    }
     if (!event.keyCode) return false;
     const auto keycode = keymap_.keycodeFor(*event.keyCode);
     if (!keycode) return false;

@@ -9,6 +9,7 @@
 #include "platform/synthetic_events.h"
 #include "platform/x11/events_scroll.h"
 #include "platform/x11/keymap.h"
+#include "platform/x11/keymap_text.h"
 
 namespace brindlemar::platform::x11 {
 
@@ -20,7 +21,8 @@ class X11Connection;
 // a real key held on the server, so later key and pointer events carry it; a modifier flag that
 // an event asks for without its key held is pressed around that one event. Pointer events move
 // the pointer to their location first; scroll events become presses of wheel buttons 4 to 7
-// there.
+// there. A key event that carries text types that text on its key-down with the keys of the
+// current layout (see TextTyper) and does nothing on its key-up; its key code is not pressed.
 //
 // X delivers input to the window under the pointer or with the focus, never to a process, so an
 // event addressed to one process is posted like any other.
@@ -45,6 +47,7 @@ class XTestEventPoster final : public EventPoster {
 
     X11Connection& connection_;
     ServerKeymap keymap_;
+    TextTyper textTyper_;
     std::mutex lock_;
     WheelAxis vertical_;                        // guarded by lock_
     WheelAxis horizontal_;                      // guarded by lock_

@@ -370,6 +370,27 @@ TEST_F(X11InputServicesTest, WorkspaceActivatesTheFrontMostWindowOfAProcess) {
     EXPECT_FALSE(workspace->activateApplication(0));
 }
 
+TEST(X11InputWithoutWindowManagerTest, ActivationRestacksAndListsFollowTheRootsChildren) {
+    XServer bare({.windowManager = false});
+    auto connection = connect(bare);
+    InputFixture back(bare, "Back", 100, 100);
+    InputFixture front(bare, "Front", 150, 150);
+    ASSERT_EQ(clientWindowsFrontFirst(*connection).front(), front.windowId());
+    auto accessibility = makeAccessibility(*connection);
+    auto windows =
+        accessibility->copyAttribute(accessibility->applicationElement(back.pid()), "AXWindows");
+    ASSERT_TRUE(windows);
+    EXPECT_EQ(std::get<std::vector<AXElement>>(*windows).size(), 1u);
+    EXPECT_TRUE(makeWorkspace(*connection)->activateApplication(back.pid()));
+    EXPECT_EQ(clientWindowsFrontFirst(*connection).front(), back.windowId());
+    // Without decorations the frame is the window itself.
+    auto entry = makeWindowList(*connection)->describeWindow(back.windowId());
+    ASSERT_TRUE(entry && entry->bounds);
+    const auto& frame = back.layout().at("frame");
+    EXPECT_EQ(entry->bounds->x, frame[0].get<double>());
+    EXPECT_EQ(entry->bounds->width, frame[2].get<double>());
+}
+
 TEST_F(X11InputServicesTest, LaunchTimeComesFromProcAndIsAbsentOnceTheProcessIsGone) {
     auto workspace = makeWorkspace(*connection_);
     const auto self = workspace->launchTime(getpid());

@@ -58,22 +58,28 @@ HelperProcess::HelperProcess(HelperOptions options) {
     if (::mkdtemp(dirTemplate) == nullptr) throw std::runtime_error("mkdtemp failed");
     workDir_ = dirTemplate;
 
-    std::vector<std::string> env;
+    // Later settings replace earlier ones of the same name: the test's own environment first,
+    // then what the options give.
+    std::map<std::string, std::string> settings;
     for (char** entry = environ; *entry != nullptr; ++entry) {
-        if (!isHelperVariable(*entry)) env.emplace_back(*entry);
+        std::string_view text(*entry);
+        auto equals = text.find('=');
+        if (equals == std::string_view::npos || isHelperVariable(text)) continue;
+        settings[std::string(text.substr(0, equals))] = std::string(text.substr(equals + 1));
     }
-    if (options.simBackend) env.emplace_back("BRINDLEMAR_BACKEND=sim");
+    if (options.simBackend) settings["BRINDLEMAR_BACKEND"] = "sim";
     if (options.sceneJson) {
         scenePath_ = workDir_ + "/scene.json";
         std::ofstream(scenePath_) << *options.sceneJson;
-        env.push_back("BRINDLEMAR_SIM_SCENE=" + scenePath_);
+        settings["BRINDLEMAR_SIM_SCENE"] = scenePath_;
     }
     if (options.simControl) {
-        env.push_back("BRINDLEMAR_SIM_SOCKET=" + socketPath());
-        env.push_back("BRINDLEMAR_SIM_JOURNAL=" + journalPath());
+        settings["BRINDLEMAR_SIM_SOCKET"] = socketPath();
+        settings["BRINDLEMAR_SIM_JOURNAL"] = journalPath();
     }
-    for (const auto& [key, value] : options.environment)
-        env.push_back(key + "=" + value);
+    for (const auto& [key, value] : options.environment) settings[key] = value;
+    std::vector<std::string> env;
+    for (const auto& [key, value] : settings) env.push_back(key + "=" + value);
 
     std::vector<std::string> args{helperBinary()};
     args.insert(args.end(), options.arguments.begin(), options.arguments.end());

@@ -7,7 +7,7 @@ packages=(
   # toolchain
   build-essential cmake ninja-build clang clang-format pkg-config git
   # libraries the helper links
-  nlohmann-json3-dev libspng-dev libyuv-dev libutf8proc-dev libssl-dev
+  nlohmann-json3-dev libspng-dev zlib1g-dev libyuv-dev libutf8proc-dev libssl-dev
   libx264-dev libx265-dev libatspi2.0-dev
   libxcb1-dev libxcb-randr0-dev libxcb-shm0-dev libxcb-composite0-dev
   libxcb-xfixes0-dev libxcb-xinput-dev libxcb-xtest0-dev libxcb-res0-dev

@@ -4,7 +4,11 @@
 
 #include <cstring>
 #include <limits>
+#include <thread>
 #include <vector>
+
+#include "capture/png_rows.h"
+#include "capture/png_striped.h"
 
 namespace brindlemar::capture {
 namespace {
@@ -23,30 +27,21 @@ bool everyPixelOpaque(const platform::PixelBuffer& image) {
     return true;
 }
 
-void copyWithoutAlpha(const std::uint8_t* rgba, std::uint8_t* rgb, std::size_t pixels) {
-    for (std::size_t i = 0; i < pixels; ++i, rgba += 4, rgb += 3) {
-        rgb[0] = rgba[0];
-        rgb[1] = rgba[1];
-        rgb[2] = rgba[2];
-    }
+// Below this many pixels a second thread costs more than it saves.
+constexpr std::int64_t kStripedMinimumPixels = 256 * 1024;
+constexpr int kUpFilterOnly = 32;  // libspng's filter mask for UP alone
+
+// How many threads deflate at once: one per core, for large images encoded with the UP filter
+// alone (the only filter the striped encoder writes).
+unsigned threadsFor(const platform::PixelBuffer& image, const PngEncoderSettings& settings) {
+    if (settings.filterChoice != kUpFilterOnly) return 1;
+    if (image.width() * image.height() < kStripedMinimumPixels) return 1;
+    return std::max(1u, std::min(std::thread::hardware_concurrency(), 8u));
 }
 
-// PNG stores straight alpha; the capture hands over colour premultiplied by alpha.
-void copyUnpremultiplied(const std::uint8_t* premultiplied, std::uint8_t* straight,
-                         std::size_t pixels) {
-    for (std::size_t i = 0; i < pixels; ++i, premultiplied += 4, straight += 4) {
-        const unsigned alpha = premultiplied[3];
-        if (alpha == 0xff) {
-            std::memcpy(straight, premultiplied, 4);
-            continue;
-        }
-        for (int c = 0; c < 3; ++c) {
-            unsigned value = alpha == 0 ? 0 : (premultiplied[c] * 255u + alpha / 2) / alpha;
-            straight[c] = static_cast<std::uint8_t>(value > 255 ? 255 : value);
-        }
-        straight[3] = static_cast<std::uint8_t>(alpha);
-    }
-}
+// Each thread takes several bands in turn; a band restarts the compressor's history, which costs
+// a little size, so there are only a few per thread.
+constexpr unsigned kBandsPerThread = 4;
 
 bool configure(spng_ctx* context, const platform::PixelBuffer& image, bool opaque,
                const PngEncoderSettings& settings) {
@@ -73,12 +68,7 @@ bool encodeRows(spng_ctx* context, const platform::PixelBuffer& image, bool opaq
                                    SPNG_ENCODE_PROGRESSIVE | SPNG_ENCODE_FINALIZE);
     if (status != 0) return false;
     for (std::int64_t y = 0; y < image.height(); ++y) {
-        const std::uint8_t* source = image.data() + static_cast<std::size_t>(y) * image.stride();
-        if (opaque) {
-            copyWithoutAlpha(source, row.data(), width);
-        } else {
-            copyUnpremultiplied(source, row.data(), width);
-        }
+        convertRow(image, y, opaque, row.data());
         status = spng_encode_row(context, row.data(), row.size());
         if (status == SPNG_EOI) return y == image.height() - 1;
         if (status != 0) return false;
@@ -98,6 +88,9 @@ std::optional<EncodedPng> pngData(const platform::PixelBuffer& image,
     if (!context) return std::nullopt;
 
     const bool opaque = settings.dropOpaqueAlpha && everyPixelOpaque(image);
+    if (unsigned threads = threadsFor(image, settings); threads > 1) {
+        return stripedPng(image, opaque, settings, threads * kBandsPerThread, threads);
+    }
     if (!configure(context.get(), image, opaque, settings)) return std::nullopt;
     if (!encodeRows(context.get(), image, opaque)) return std::nullopt;
 

@@ -48,6 +48,10 @@ class EncodedPng {
 // of the input and 12% of the file. On the full 3024 x 1964 image this is 7.1x faster than
 // libpng at its defaults (zlib level 6, adaptive filters) writing the RGBA rows, for a file 1.02x
 // as large (6.3x and 1.10x against libpng writing RGB).
+//
+// Images of 256 Ki pixels and more are deflated in bands on every core at once (png_striped.h):
+// on two cores a 1600 x 1039 photographic capture takes about 26-31 ms from request to last byte
+// instead of about 50 ms, for 0.1% more bytes; the processor time stays the same.
 struct PngEncoderSettings {
     int compressionLevel = 1;     // zlib level
     int strategy = 0;             // zlib strategy (0: Z_DEFAULT_STRATEGY)

@@ -6,6 +6,7 @@
 #include <random>
 
 #include "capture/png_encoder.h"
+#include "capture/png_striped.h"
 #include "png_decode.h"
 
 namespace brindlemar::testing {
@@ -122,6 +123,26 @@ TEST(PngDecoder, RejectsATruncatedFile) {
     auto bytes = png->bytes();
     EXPECT_TRUE(decodePng(bytes));
     EXPECT_FALSE(decodePng(bytes.first(bytes.size() - 12)));  // without the end chunk
+}
+
+TEST(PngEncoder, RowsDeflatedInBandsDecodeToTheSameImage) {
+    // Bands meet at uneven rows; each band's first row is filtered against the last row of the
+    // band before it, and every band but the last ends in a sync flush.
+    for (bool translucent : {false, true}) {
+        PixelBuffer image = patterned(333, 257, 11, translucent);
+        for (unsigned stripes : {1u, 2u, 3u, 7u, 300u}) {
+            for (int windowBits : {15, 9}) {
+                capture::PngEncoderSettings settings;
+                settings.windowBits = windowBits;
+                auto png = capture::stripedPng(image, !translucent, settings, stripes, 2);
+                ASSERT_TRUE(png) << stripes;
+                auto decoded = decodePng(png->bytes());
+                ASSERT_TRUE(decoded) << stripes << " bands, window " << windowBits;
+                auto expected = translucent ? premultipliedAgain(decoded->rgba) : decoded->rgba;
+                EXPECT_EQ(expected, pixelsOf(image)) << stripes << " bands";
+            }
+        }
+    }
 }
 
 }  // namespace

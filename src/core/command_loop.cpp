@@ -1,39 +1,11 @@
 #include "core/command_loop.h"
 
+#include "core/json_nesting.h"
 #include "core/line_reader.h"
 #include "core/process_state.h"
 #include "core/text.h"
 
 namespace brindlemar {
-namespace {
-
-// Requests nest a few levels at most. Deeper texts are refused before parsing, since building a
-// tree of millions of nested arrays from one hostile line would stall the loop for minutes.
-constexpr int kMaxRequestNesting = 512;
-
-bool nestingWithinLimit(std::string_view text) {
-    int depth = 0;
-    bool inString = false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        char c = text[i];
-        if (inString) {
-            if (c == '\\') {
-                ++i;
-            } else if (c == '"') {
-                inString = false;
-            }
-        } else if (c == '"') {
-            inString = true;
-        } else if (c == '[' || c == '{') {
-            if (++depth > kMaxRequestNesting) return false;
-        } else if (c == ']' || c == '}') {
-            --depth;
-        }
-    }
-    return true;
-}
-
-}  // namespace
 
 CommandLoop::CommandLoop(CommandTable table, CommandContext context, int inputFd)
     : table_(std::move(table)), context_(context), inputFd_(inputFd) {}
@@ -54,7 +26,7 @@ void CommandLoop::handleLine(std::string_view line) {
     std::string_view trimmed = trimHorizontalSpace(line);
     if (trimmed.empty()) return;
 
-    if (!nestingWithinLimit(trimmed)) {
+    if (!jsonNestingWithin(trimmed)) {
         context_.state.out.emitError("bad request");
         return;
     }

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "core/json_nesting.h"
 #include "platform/sim/drop_target.h"
 #include "platform/sim/user_event.h"
 
@@ -9,31 +10,6 @@ namespace brindlemar::platform::sim {
 namespace {
 
 using Json = nlohmann::json;
-
-// Scenes nest a few dozen levels; a deeper line is refused before parsing, since parsing a
-// hostile line of millions of brackets would stall the control thread and exhaust its stack.
-constexpr int kMaxNesting = 512;
-
-bool nestingWithinLimit(std::string_view text) {
-    int depth = 0;
-    bool inString = false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        char c = text[i];
-        if (inString) {
-            if (c == '\\')
-                ++i;
-            else if (c == '"')
-                inString = false;
-        } else if (c == '"') {
-            inString = true;
-        } else if (c == '[' || c == '{') {
-            if (++depth > kMaxNesting) return false;
-        } else if (c == ']' || c == '}') {
-            --depth;
-        }
-    }
-    return true;
-}
 
 Json refused(std::string error) {
     return {{"ok", false}, {"error", std::move(error)}};
@@ -61,7 +37,7 @@ const Json* field(const Json& request, const char* key) {
 }  // namespace
 
 std::string ControlOperations::handle(std::string_view line) {
-    if (!nestingWithinLimit(line)) return refused("bad request").dump();
+    if (!jsonNestingWithin(line)) return refused("bad request").dump();
     Json request = Json::parse(line, nullptr, false);
     Json reply;
     if (request.is_discarded() || !request.is_object()) {

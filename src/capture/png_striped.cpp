@@ -98,12 +98,18 @@ std::optional<EncodedPng> stripedPng(const platform::PixelBuffer& image, bool op
         bands[i].endRow = image.height() * (i + 1) / stripes;
     }
     {
-        std::vector<std::jthread> workers;
-        for (unsigned i = 1; i < stripes; ++i) {
-            workers.emplace_back(
-                [&, i] { compressBand(image, opaque, settings, i + 1 == stripes, bands[i]); });
-        }
-        compressBand(image, opaque, settings, stripes == 1, bands[0]);
+        // Bands are taken in turn by the threads, so a band of hard content (a photograph) does
+        // not keep one thread busy while the others wait.
+        std::atomic<unsigned> next{0};
+        auto work = [&] {
+            for (unsigned i = next++; i < stripes; i = next++) {
+                compressBand(image, opaque, settings, i + 1 == stripes, bands[i]);
+            }
+        };
+        std::vector<std::jthread> helpers;
+        for (unsigned t = 1; t < std::min(threads, stripes); ++t)
+            helpers.emplace_back(work);
+        work();
     }
 
     std::size_t deflatedSize = 0;

@@ -46,23 +46,16 @@ double scaleUnderWindow(platform::CaptureCatalogue& catalogue,
     return kFallbackDisplayScale;
 }
 
-// A window is captured alone, without the cursor and without its shadow.
-platform::ScreenshotConfiguration windowConfiguration(PlannedSize size) {
+// The screenshot of the planned size: a window alone, without the cursor and without its
+// shadow; a display as the user sees it, cursor included.
+platform::ScreenshotConfiguration configurationFor(PlannedSize size,
+                                                   platform::CaptureFilterKind kind) {
+    const bool window = kind == platform::CaptureFilterKind::Window;
     platform::ScreenshotConfiguration configuration;
     configuration.width = configuredSide(size.width);
     configuration.height = configuredSide(size.height);
-    configuration.showsCursor = false;
-    configuration.ignoreShadowsSingleWindow = true;
-    return configuration;
-}
-
-// A display is captured as the user sees it, cursor included.
-platform::ScreenshotConfiguration displayConfiguration(PlannedSize size) {
-    platform::ScreenshotConfiguration configuration;
-    configuration.width = configuredSide(size.width);
-    configuration.height = configuredSide(size.height);
-    configuration.showsCursor = true;
-    configuration.ignoreShadowsSingleWindow = false;
+    configuration.showsCursor = !window;
+    configuration.ignoreShadowsSingleWindow = window;
     return configuration;
 }
 
@@ -124,7 +117,7 @@ Expected<CaptureResult> grab(platform::Desktop& desktop, std::uint32_t id, std::
     size = applyBudget(size, maxPx);
 
     const platform::CaptureFilter filter{platform::CaptureFilterKind::Window, window->id};
-    auto image = desktop.screenshots().captureImage(filter, windowConfiguration(size));
+    auto image = desktop.screenshots().captureImage(filter, configurationFor(size, filter.kind));
     if (!image) return std::move(image).takeError();
 
     auto result = encode(std::move(*image), originalPixels, capture_errors::kWindowCapture);
@@ -154,7 +147,7 @@ Expected<CaptureResult> grabDisplay(platform::Desktop& desktop, std::uint32_t id
     size = applyBudget(size, maxPx);
 
     const platform::CaptureFilter filter{platform::CaptureFilterKind::Display, display->id};
-    auto image = desktop.screenshots().captureImage(filter, displayConfiguration(size));
+    auto image = desktop.screenshots().captureImage(filter, configurationFor(size, filter.kind));
     if (!image) return std::move(image).takeError();
 
     auto result = encode(std::move(*image), originalPixels, capture_errors::kDisplayCapture);

@@ -24,6 +24,7 @@
 #include "bench_util.h"
 #include "capture/png_encoder.h"
 #include "capture_scene.h"
+#include "command_index.h"
 #include "core/command_loop.h"
 #include "core/main_queue.h"
 #include "core/process_state.h"
@@ -222,7 +223,9 @@ GrabFigures timeRequest(BenchDesktop& desktop, const std::string& line, int runs
     {
         ProcessState state(fds[1], nullptr);
         MainQueue mainQueue;
-        CommandLoop loop(buildCommandTable(), CommandContext{state, desktop, mainQueue}, -1);
+        Subsystems subsystems;
+        CommandLoop loop(buildCommandTable(subsystems), CommandContext{state, desktop, mainQueue},
+                         -1);
         RecordReader reader(fds[0]);
         loop.handleLine(line);  // warm-up: sizes the cached resampled image
         reader.next();

@@ -12,6 +12,7 @@
 #include <string>
 #include <thread>
 
+#include "command_index.h"
 #include "core/command_loop.h"
 #include "core/main_queue.h"
 #include "core/process_state.h"
@@ -29,10 +30,8 @@ using brindlemar::platform::Desktop;
 constexpr int kStartupFailureStatus = 2;
 
 std::string chosenBackend() {
-    if (const char* name = std::getenv("BRINDLEMAR_BACKEND"))
-        return name;
-    if (std::getenv("BRINDLEMAR_SIM_SCENE") != nullptr)
-        return "sim";
+    if (const char* name = std::getenv("BRINDLEMAR_BACKEND")) return name;
+    if (std::getenv("BRINDLEMAR_SIM_SCENE") != nullptr) return "sim";
 #ifdef __APPLE__
     return "macos";
 #else
@@ -46,8 +45,7 @@ Expected<std::unique_ptr<Desktop>> createDesktop(const std::string& backend) {
             brindlemar::platform::sim::simOptionsFromEnvironment());
     }
 #ifdef BRINDLEMAR_HAVE_X11
-    if (backend == "x11")
-        return brindlemar::platform::x11::createX11Desktop();
+    if (backend == "x11") return brindlemar::platform::x11::createX11Desktop();
 #endif
     if (backend == "x11" || backend == "macos") {
         return brindlemar::Error{"brindlemar", 0,
@@ -73,8 +71,7 @@ int main(int argc, char** argv) {
 
     brindlemar::ProcessState state(STDOUT_FILENO, std::getenv("PLOVEN_CONTROL_CANCEL_FD"));
 
-    if (argc >= 2 && std::strcmp(argv[1], "--file-drop") == 0)
-        runFileDropChild(argc - 2, argv + 2);
+    if (argc >= 2 && std::strcmp(argv[1], "--file-drop") == 0) runFileDropChild(argc - 2, argv + 2);
 
     auto desktop = createDesktop(chosenBackend());
     if (!desktop) {
@@ -83,7 +80,8 @@ int main(int argc, char** argv) {
     }
 
     brindlemar::MainQueue mainQueue;
-    brindlemar::CommandLoop loop(brindlemar::buildCommandTable(),
+    brindlemar::Subsystems subsystems;
+    brindlemar::CommandLoop loop(brindlemar::buildCommandTable(subsystems),
                                  brindlemar::CommandContext{state, **desktop, mainQueue},
                                  STDIN_FILENO);
     std::thread commandLoop([&] {

@@ -2,7 +2,7 @@
 
 #include <span>
 
-#include "core/text.h"
+#include "base/text.h"
 
 namespace brindlemar::capture {
 namespace {

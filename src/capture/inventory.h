@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/error.h"
+#include "base/error.h"
 #include "core/output_channel.h"
 #include "platform/desktop.h"
 

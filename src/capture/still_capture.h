@@ -5,8 +5,8 @@
 #include <span>
 #include <variant>
 
+#include "base/error.h"
 #include "capture/png_encoder.h"
-#include "core/error.h"
 #include "platform/desktop.h"
 #include "platform/pixel_buffer.h"
 

@@ -1,9 +1,9 @@
 #include "core/command_loop.h"
 
-#include "core/json_nesting.h"
+#include "base/json_nesting.h"
+#include "base/text.h"
 #include "core/line_reader.h"
 #include "core/process_state.h"
-#include "core/text.h"
 
 namespace brindlemar {
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/error.h"
+#include "base/error.h"
 #include "core/fields.h"
 
 namespace brindlemar {
@@ -41,8 +41,5 @@ class CommandTable {
   private:
     std::vector<std::pair<std::string, Handler>> rows_;
 };
-
-// The helper's command table with every command built so far.
-CommandTable buildCommandTable();
 
 }  // namespace brindlemar

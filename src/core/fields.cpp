@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "core/text.h"
+#include "base/text.h"
 
 namespace brindlemar {
 

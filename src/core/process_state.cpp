@@ -3,8 +3,6 @@
 #include <charconv>
 #include <cstring>
 
-#include "input/key_table.h"
-
 namespace brindlemar {
 
 std::int32_t parseCancelDescriptor(const char* value) {
@@ -30,9 +28,6 @@ std::int32_t parseCancelDescriptor(const char* value) {
 }
 
 ProcessState::ProcessState(int stdoutFd, const char* cancelFdVariable)
-    : out(stdoutFd),
-      vkMap(buildKeyMap()),
-      controlCancelFD(parseCancelDescriptor(cancelFdVariable)),
-      watchKeyNames(invertKeyMap(vkMap)) {}
+    : out(stdoutFd), controlCancelFD(parseCancelDescriptor(cancelFdVariable)) {}
 
 }  // namespace brindlemar

@@ -2,14 +2,10 @@
 
 #include <array>
 #include <cstdint>
-#include <mutex>
-#include <set>
-#include <string>
-#include <unordered_map>
 
+#include "base/mutex.h"
+#include "base/text.h"
 #include "core/output_channel.h"
-#include "core/text.h"
-#include "platform/geometry.h"
 
 namespace brindlemar {
 
@@ -17,12 +13,32 @@ namespace brindlemar {
 // digits, nothing else, within signed 32 bits. Absent, empty or malformed gives -1.
 std::int32_t parseCancelDescriptor(const char* value);
 
-// The process-wide state: exactly one instance per process, created at start-up before the
-// role is chosen, its members initialised in declaration order and living until exit.
+// Whether a file drop is under way: set by the file-drop coordinator's threads, read by the
+// command loop before it performs pointer input.
+class FileDropGate {
+  public:
+    void setActive(bool active) EXCLUDES(fileDropLock) {
+        MutexLock lock(fileDropLock);
+        fileDropActive = active;
+    }
+    bool active() EXCLUDES(fileDropLock) {
+        MutexLock lock(fileDropLock);
+        return fileDropActive;
+    }
+
+  private:
+    Mutex fileDropLock;
+    bool fileDropActive GUARDED_BY(fileDropLock) = false;
+};
+
+// The process-wide state of the protocol: exactly one instance per process, created at start-up
+// before the role is chosen, its members initialised in declaration order and living until
+// exit. Each subsystem keeps its own process-wide items in its own object (the input state, the
+// semantic state, the active cast and watch), created once by the application.
 //
-// Ownership across threads: `out` serialises its own writers under its outLock; `fileDropActive`
-// is read and written only under `fileDropLock`. Every other member belongs to the command-loop
-// thread and is touched by no other thread.
+// Ownership across threads: `out` serialises its own writers under its outLock; `fileDrop`
+// locks itself. Every other member belongs to the command-loop thread and is touched by no other
+// thread.
 class ProcessState {
   public:
     // Binds the output channel to `stdoutFd` and reads the cancellation descriptor from
@@ -36,16 +52,7 @@ class ProcessState {
 
     static constexpr std::array<std::uint8_t, 4> ANNEX_B_START = {0x00, 0x00, 0x00, 0x01};
 
-    // Synthetic pointer and keyboard state.
-    std::set<std::int64_t> buttonsDown;
-    std::uint64_t modFlags = 0;
-    double lastClickTime = 0;
-    platform::Point lastClickPos{0, 0};
-    std::int64_t lastClickButton = -1;
-    std::int64_t clickState = 1;
-    const std::unordered_map<std::string, std::uint16_t> vkMap;
-
-    // Limits of the semantic snapshot.
+    // Limits of the semantic snapshot; semanticMaxText is also the cut of echoed request ids.
     const std::int64_t semanticMaxNodes = 512;
     const std::int64_t semanticMaxDepth = 48;
     const std::int64_t semanticMaxText = static_cast<std::int64_t>(kMaxReportedCharacters);
@@ -55,11 +62,9 @@ class ProcessState {
     std::int64_t controlCancelEpoch = 0;
 
     const std::int64_t watchProtocol = 1;
-    const std::unordered_map<std::uint16_t, std::string> watchKeyNames;
 
     const std::int64_t filesProtocolVersion = 1;
-    std::mutex fileDropLock;
-    bool fileDropActive = false;  // guarded by fileDropLock
+    FileDropGate fileDrop;
     std::int64_t dragPasteboardBaseline = -1;
 };
 

@@ -1,6 +1,5 @@
 #include "filedrop/input_hold_back.h"
 
-#include <mutex>
 #include <string>
 
 #include "core/fields.h"
@@ -16,17 +15,7 @@ bool heldBackForFileDrop(ProcessState& state, platform::Pasteboards& pasteboards
     if (kind == "mouse" && fields.string("action", "") == "down") {
         noteMousePress(state, pasteboards);
     }
-    return (kind == "mouse" || kind == "scroll") && isFileDropActive(state);
-}
-
-void setFileDropActive(ProcessState& state, bool active) {
-    std::lock_guard lock(state.fileDropLock);
-    state.fileDropActive = active;
-}
-
-bool isFileDropActive(ProcessState& state) {
-    std::lock_guard lock(state.fileDropLock);
-    return state.fileDropActive;
+    return (kind == "mouse" || kind == "scroll") && state.fileDrop.active();
 }
 
 void noteMousePress(ProcessState& state, platform::Pasteboards& pasteboards) {

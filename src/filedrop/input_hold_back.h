@@ -16,10 +16,6 @@ class Pasteboards;
 bool heldBackForFileDrop(ProcessState& state, platform::Pasteboards& pasteboards,
                          const nlohmann::json& event);
 
-// Marks a file drop as under way or finished; safe from any thread.
-void setFileDropActive(ProcessState& state, bool active);
-bool isFileDropActive(ProcessState& state);
-
 // Records the drag pasteboard's change count in `state.dragPasteboardBaseline` (command loop
 // only).
 void noteMousePress(ProcessState& state, platform::Pasteboards& pasteboards);

@@ -30,7 +30,7 @@ bool heldBack(CommandContext& context, const Json& event) {
 
 }  // namespace
 
-Status handleInputCommand(const Fields& request, CommandContext& context) {
+Status InputCommands::input(const Fields& request, CommandContext& context) {
     auto id = request.windowNumber("id");
     const Json* event = request.object("event");
     if (!id || event == nullptr) {
@@ -38,11 +38,11 @@ Status handleInputCommand(const Fields& request, CommandContext& context) {
         return {};
     }
     if (heldBack(context, *event)) return {};
-    replyInput(context, handleInput(context.state, context.desktop, *id, *event));
+    replyInput(context, handleInput(state_, context.desktop, *id, *event));
     return {};
 }
 
-Status handleInputDisplayCommand(const Fields& request, CommandContext& context) {
+Status InputCommands::inputDisplay(const Fields& request, CommandContext& context) {
     std::uint32_t id = request.windowNumber("id").value_or(0);
     const Json* event = request.object("event");
     if (event == nullptr) {
@@ -50,11 +50,11 @@ Status handleInputDisplayCommand(const Fields& request, CommandContext& context)
         return {};
     }
     if (heldBack(context, *event)) return {};
-    replyInput(context, handleDisplayInput(context.state, context.desktop, id, *event));
+    replyInput(context, handleDisplayInput(state_, context.desktop, id, *event));
     return {};
 }
 
-Status handleActivateCommand(const Fields& request, CommandContext& context) {
+Status InputCommands::activate(const Fields& request, CommandContext& context) {
     auto id = request.windowNumber("id");
     if (!id) {
         context.state.out.emitError("activate: missing id");

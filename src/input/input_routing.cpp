@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "core/fields.h"
-#include "core/process_state.h"
+#include "input/input_state.h"
 #include "input/key_events.h"
 #include "input/pointer_events.h"
 #include "input/window_raise.h"
@@ -30,7 +30,7 @@ bool accessibilityTrusted(platform::Desktop& desktop) {
 
 // Dispatches on "kind" once the target is known. `raise` is the window to raise before a press;
 // display targets have none.
-InputOutcome performEvent(ProcessState& state, platform::Desktop& desktop,
+InputOutcome performEvent(InputState& state, platform::Desktop& desktop,
                           const platform::Rect& target, const Fields& event,
                           const std::optional<WindowPlacement>& raise) {
     platform::Point at = pointInside(target, event);
@@ -56,7 +56,7 @@ InputOutcome performEvent(ProcessState& state, platform::Desktop& desktop,
 
 }  // namespace
 
-InputOutcome handleInput(ProcessState& state, platform::Desktop& desktop, std::uint32_t id,
+InputOutcome handleInput(InputState& state, platform::Desktop& desktop, std::uint32_t id,
                          const nlohmann::json& event) {
     if (!accessibilityTrusted(desktop)) return InputOutcome::refused("accessibility_not_granted");
     // Key events go to whatever has focus, yet a vanished target still refuses them.
@@ -65,7 +65,7 @@ InputOutcome handleInput(ProcessState& state, platform::Desktop& desktop, std::u
     return performEvent(state, desktop, window->frame, Fields(event), window);
 }
 
-InputOutcome handleDisplayInput(ProcessState& state, platform::Desktop& desktop, std::uint32_t id,
+InputOutcome handleDisplayInput(InputState& state, platform::Desktop& desktop, std::uint32_t id,
                                 const nlohmann::json& event) {
     if (!accessibilityTrusted(desktop)) return InputOutcome::refused("accessibility_not_granted");
     auto& windows = desktop.windowList();

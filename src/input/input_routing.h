@@ -8,7 +8,7 @@
 
 namespace brindlemar {
 
-class ProcessState;
+struct InputState;
 namespace platform {
 class Desktop;
 }
@@ -24,11 +24,11 @@ struct InputOutcome {
 
 // Performs an input event (the request's "event" object) on a window: its normalised position
 // is mapped into the window's current frame, and a press raises the window first.
-InputOutcome handleInput(ProcessState& state, platform::Desktop& desktop, std::uint32_t id,
+InputOutcome handleInput(InputState& state, platform::Desktop& desktop, std::uint32_t id,
                          const nlohmann::json& event);
 
 // The same on a display; an unknown or inactive display stands for the main display.
-InputOutcome handleDisplayInput(ProcessState& state, platform::Desktop& desktop, std::uint32_t id,
+InputOutcome handleDisplayInput(InputState& state, platform::Desktop& desktop, std::uint32_t id,
                                 const nlohmann::json& event);
 
 }  // namespace brindlemar

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "core/process_state.h"
+#include "input/input_state.h"
 #include "input/key_table.h"
 #include "platform/synthetic_events.h"
 
@@ -22,7 +22,7 @@ void updateModifiers(std::uint64_t& modFlags, std::string_view code, bool down) 
 
 }  // namespace
 
-bool postKey(ProcessState& state, platform::EventPoster& events, std::string_view code, bool down) {
+bool postKey(InputState& state, platform::EventPoster& events, std::string_view code, bool down) {
     auto found = state.vkMap.find(std::string(code));
     if (found == state.vkMap.end()) return false;
     updateModifiers(state.modFlags, code, down);

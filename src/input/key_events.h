@@ -4,7 +4,7 @@
 
 namespace brindlemar {
 
-class ProcessState;
+struct InputState;
 namespace platform {
 class EventPoster;
 }
@@ -13,6 +13,6 @@ class EventPoster;
 // system-wide stream. A modifier key sets or clears its flag in `state.modFlags` first, and the
 // event carries the whole current mask. False when the name is unknown (nothing happens) or the
 // event could not be created (the modifier change stands).
-bool postKey(ProcessState& state, platform::EventPoster& events, std::string_view code, bool down);
+bool postKey(InputState& state, platform::EventPoster& events, std::string_view code, bool down);
 
 }  // namespace brindlemar

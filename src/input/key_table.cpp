@@ -122,12 +122,15 @@ constexpr std::array<KeyName, 106> kKeys = {{
 
 }  // namespace
 
-std::span<const KeyName> keyTable() { return kKeys; }
+std::span<const KeyName> keyTable() {
+    return kKeys;
+}
 
 std::unordered_map<std::string, std::uint16_t> buildKeyMap() {
     std::unordered_map<std::string, std::uint16_t> map;
     map.reserve(kKeys.size());
-    for (const auto& key : kKeys) map.emplace(std::string(key.name), key.code);
+    for (const auto& key : kKeys)
+        map.emplace(std::string(key.name), key.code);
     return map;
 }
 

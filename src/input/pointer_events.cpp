@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "core/process_state.h"
+#include "input/input_state.h"
 #include "platform/desktop.h"
 
 namespace brindlemar {
@@ -61,7 +61,7 @@ EventType moveType(const std::set<std::int64_t>& held) {
     return EventType::MouseMoved;
 }
 
-void countPress(ProcessState& state, double now, platform::Point at, std::int64_t button) {
+void countPress(InputState& state, double now, platform::Point at, std::int64_t button) {
     bool continues = now - state.lastClickTime < kMultiClickSeconds &&
                      state.lastClickButton == button &&
                      std::fabs(at.x - state.lastClickPos.x) < kMultiClickPoints &&
@@ -75,7 +75,7 @@ void countPress(ProcessState& state, double now, platform::Point at, std::int64_
 
 }  // namespace
 
-void postMouse(ProcessState& state, platform::Desktop& desktop, std::string_view action,
+void postMouse(InputState& state, platform::Desktop& desktop, std::string_view action,
                std::int64_t button, platform::Point at,
                const std::optional<WindowPlacement>& raise) {
     MouseButton mapped = systemButton(button);

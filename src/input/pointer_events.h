@@ -9,7 +9,7 @@
 
 namespace brindlemar {
 
-class ProcessState;
+struct InputState;
 namespace platform {
 class Desktop;
 }
@@ -18,7 +18,7 @@ class Desktop;
 // is the left button). "down" counts clicks and, with a raise target, raises that window first;
 // "up" releases; any other action is a move, or a drag of the highest-priority held button.
 // Every pointer event carries `state.modFlags`. A failure to create the event is silent.
-void postMouse(ProcessState& state, platform::Desktop& desktop, std::string_view action,
+void postMouse(InputState& state, platform::Desktop& desktop, std::string_view action,
                std::int64_t button, platform::Point at,
                const std::optional<WindowPlacement>& raise);
 

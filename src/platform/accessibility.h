@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include "core/error.h"
+#include "base/error.h"
 #include "platform/geometry.h"
 
 namespace brindlemar::platform {

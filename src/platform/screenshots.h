@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "core/error.h"
+#include "base/error.h"
 #include "platform/pixel_buffer.h"
 
 namespace brindlemar::platform {

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/text.h"
 #include "core/fields.h"
-#include "core/text.h"
 
 namespace brindlemar {
 namespace {

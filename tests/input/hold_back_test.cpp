@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "command_index.h"
 #include "core/command_loop.h"
 #include "core/main_queue.h"
 #include "core/process_state.h"
@@ -32,7 +33,7 @@ class HoldBack : public ::testing::Test {
         ASSERT_EQ(::pipe(fds_), 0);
         ::fcntl(fds_[0], F_SETFL, O_NONBLOCK);
         state_ = std::make_unique<ProcessState>(fds_[1], nullptr);
-        loop_ = std::make_unique<CommandLoop>(buildCommandTable(),
+        loop_ = std::make_unique<CommandLoop>(buildCommandTable(subsystems_),
                                               CommandContext{*state_, *desktop_, queue_}, -1);
     }
     void TearDown() override {
@@ -77,6 +78,7 @@ class HoldBack : public ::testing::Test {
     std::unique_ptr<ProcessState> state_;
     std::unique_ptr<CommandLoop> loop_;
     MainQueue queue_;
+    Subsystems subsystems_;
     std::size_t journalSeen_ = 0;
 };
 
@@ -92,8 +94,8 @@ TEST_F(HoldBack, WithoutADropEverythingIsPerformedAndPressesSetTheBaseline) {
 }
 
 TEST_F(HoldBack, DuringADropPointerInputIsSwallowedAndKeysGoThrough) {
-    setFileDropActive(*state_, true);
-    EXPECT_TRUE(isFileDropActive(*state_));
+    state_->fileDrop.setActive(true);
+    EXPECT_TRUE(state_->fileDrop.active());
     const std::vector<Json> swallowed = {
         mouse("down"), mouse("move"), mouse("up", 2), {{"kind", "scroll"}, {"dy", 40}}};
     for (const auto& event : swallowed) {
@@ -105,7 +107,7 @@ TEST_F(HoldBack, DuringADropPointerInputIsSwallowedAndKeysGoThrough) {
     EXPECT_EQ(postedTypes(), std::vector<int>()) << "nothing posted, nothing raised";
     // A swallowed press still noted the pasteboard, and the pointer state did not move.
     EXPECT_EQ(state_->dragPasteboardBaseline, 5);
-    EXPECT_TRUE(state_->buttonsDown.empty());
+    EXPECT_TRUE(subsystems_.input.state().buttonsDown.empty());
 
     EXPECT_EQ(input(7, key("KeyA")), kOk);
     EXPECT_EQ(input(7, key("KeyA", "up")), kOk);
@@ -113,19 +115,19 @@ TEST_F(HoldBack, DuringADropPointerInputIsSwallowedAndKeysGoThrough) {
     EXPECT_EQ(input(7, {{"kind", "wheel"}}), refusal("bad_kind"));
     EXPECT_EQ(postedTypes(), std::vector<int>({10, 11}));
 
-    setFileDropActive(*state_, false);
+    state_->fileDrop.setActive(false);
     EXPECT_EQ(input(7, mouse("down")), kOk);
     EXPECT_EQ(postedTypes(), std::vector<int>({1}));
-    EXPECT_EQ(state_->clickState, 1);
+    EXPECT_EQ(subsystems_.input.state().clickState, 1);
 }
 
 TEST_F(HoldBack, TheBaselineFollowsTheDragPasteboard) {
     SimControl control(dir_.file("control.sock"));
-    setFileDropActive(*state_, true);
+    state_->fileDrop.setActive(true);
     control.merge({{"drag_pasteboard", {{"change", 9}}}});
     EXPECT_EQ(input(7, mouse("down")), kOk);
     EXPECT_EQ(state_->dragPasteboardBaseline, 9);
-    setFileDropActive(*state_, false);
+    state_->fileDrop.setActive(false);
     control.merge({{"drag_pasteboard", {{"change", 12}}}});
     EXPECT_EQ(send({{"cmd", "input_display"}, {"event", mouse("down")}}), kOk);
     EXPECT_EQ(state_->dragPasteboardBaseline, 12);

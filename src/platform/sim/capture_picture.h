@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/error.h"
+#include "base/error.h"
 #include "platform/screenshots.h"
 #include "platform/sim/renderer.h"
 #include "platform/sim/scene.h"

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "core/json_nesting.h"
+#include "base/json_nesting.h"
 #include "platform/sim/drop_target.h"
 #include "platform/sim/user_event.h"
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <thread>
 
-#include "core/error.h"
+#include "base/error.h"
 
 namespace brindlemar::platform::sim {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "core/error.h"
+#include "base/error.h"
 #include "platform/geometry.h"
 
 namespace brindlemar::platform::sim {

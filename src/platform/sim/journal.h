@@ -7,7 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "core/error.h"
+#include "base/error.h"
 
 namespace brindlemar::platform::sim {
 

@@ -9,7 +9,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "core/error.h"
+#include "base/error.h"
 #include "platform/geometry.h"
 #include "platform/sim/colour.h"
 

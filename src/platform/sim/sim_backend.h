@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "core/error.h"
+#include "base/error.h"
 #include "platform/desktop.h"
 
 namespace brindlemar::platform::sim {

@@ -8,26 +8,12 @@
 #include <array>
 #include <utility>
 
+#include "base/unique_fd.h"
 #include "platform/x11/process_files.h"
 
 namespace brindlemar::platform::x11 {
 
 namespace {
-
-// An open file descriptor, closed when it goes away.
-class FileDescriptor {
-  public:
-    explicit FileDescriptor(int fd) : fd_(fd) {}
-    ~FileDescriptor() {
-        if (fd_ >= 0) ::close(fd_);
-    }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    int get() const { return fd_; }
-
-  private:
-    int fd_;
-};
 
 std::optional<std::string> sha256Hex(int fd) {
     std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(),
@@ -101,7 +87,7 @@ std::optional<std::string> LinuxCodeSigning::executableHash(std::int32_t pid) {
     target.resize(static_cast<std::size_t>(length));
     if (target.ends_with(" (deleted)")) return std::nullopt;
 
-    FileDescriptor file(::open(procPath(pid, "exe").c_str(), O_RDONLY | O_CLOEXEC));
+    UniqueFd file(::open(procPath(pid, "exe").c_str(), O_RDONLY | O_CLOEXEC));
     struct stat info {};
     if (file.get() < 0 || ::fstat(file.get(), &info) != 0) return std::nullopt;
     FileKey key{info.st_dev, info.st_ino, info.st_mtim.tv_sec, info.st_mtim.tv_nsec};

@@ -1,7 +1,5 @@
 #include "platform/x11/permissions.h"
 
-#include <chrono>
-
 #include "platform/x11/connection.h"
 #include "platform/x11/xcb_reply.h"
 
@@ -28,11 +26,6 @@ bool X11PermissionService::serverAnswersImageRequests() {
         c, xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, connection_.root(), 0, 0, 1, 1, ~0u),
         nullptr));
     return reply != nullptr;
-}
-
-double SystemClock::now() {
-    using namespace std::chrono;
-    return duration<double>(system_clock::now().time_since_epoch()).count();
 }
 
 }  // namespace brindlemar::platform::x11

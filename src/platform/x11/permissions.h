@@ -24,10 +24,4 @@ class X11PermissionService final : public PermissionService {
     X11Connection& connection_;
 };
 
-// The wall clock of the system.
-class SystemClock final : public Clock {
-  public:
-    double now() override;
-};
-
 }  // namespace brindlemar::platform::x11

@@ -8,7 +8,7 @@
 #include <mutex>
 #include <vector>
 
-#include "core/error.h"
+#include "base/error.h"
 
 namespace brindlemar::platform::x11 {
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "core/error.h"
+#include "base/error.h"
 #include "platform/capture_catalogue.h"
 
 namespace brindlemar::platform::x11 {

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "core/error.h"
+#include "base/error.h"
 #include "platform/desktop.h"
 
 namespace brindlemar::platform::x11 {

@@ -1,6 +1,7 @@
 #include <memory>
 #include <utility>
 
+#include "platform/clock.h"
 #include "platform/x11/capture_catalogue.h"
 #include "platform/x11/code_signing.h"
 #include "platform/x11/connection.h"

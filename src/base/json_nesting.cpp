@@ -1,4 +1,4 @@
-#include "core/json_nesting.h"
+#include "base/json_nesting.h"
 
 namespace brindlemar {
 

@@ -1,13 +1,24 @@
+#include "command_index.h"
+
 #include "capture/capture_commands.h"
-#include "core/command_table.h"
 #include "core/status_commands.h"
-#include "input/input_commands.h"
 
 namespace brindlemar {
+namespace {
+
+// A handler that forwards to a member of a subsystem object living as long as the table.
+template <class Subsystem>
+Handler bound(Subsystem& subsystem, Status (Subsystem::*member)(const Fields&, CommandContext&)) {
+    return [&subsystem, member](const Fields& request, CommandContext& context) {
+        return (subsystem.*member)(request, context);
+    };
+}
+
+}  // namespace
 
 // The one place where every subsystem's handlers join the table, in the loop's order of
 // comparison. A command whose subsystem is not built is absent and answered "unknown cmd: ".
-CommandTable buildCommandTable() {
+CommandTable buildCommandTable(Subsystems& subsystems) {
     CommandTable table;
     table.add("capabilities", handleCapabilities);
     table.add("list", handleList);
@@ -16,9 +27,9 @@ CommandTable buildCommandTable() {
     table.add("list_displays", handleListDisplays);
     table.add("grab_display", handleGrabDisplay);
     table.add("grab_display_pixels", handleGrabDisplayPixels);
-    table.add("input", handleInputCommand);
-    table.add("activate", handleActivateCommand);
-    table.add("input_display", handleInputDisplayCommand);
+    table.add("input", bound(subsystems.input, &InputCommands::input));
+    table.add("activate", bound(subsystems.input, &InputCommands::activate));
+    table.add("input_display", bound(subsystems.input, &InputCommands::inputDisplay));
     table.add("axpermission", handleAxPermission);
     table.add("permission", handlePermission);
     table.add("watch_permission", handleWatchPermission);

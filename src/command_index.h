@@ -1,0 +1,17 @@
+#pragma once
+
+#include "core/command_table.h"
+#include "input/input_commands.h"
+
+namespace brindlemar {
+
+// The subsystems' objects: each holds its share of the process-wide state and serves its
+// commands. One instance per process, owned by the application and used by the command loop.
+struct Subsystems {
+    InputCommands input;
+};
+
+// The helper's command table: every subsystem's commands in the loop's order of comparison.
+CommandTable buildCommandTable(Subsystems& subsystems);
+
+}  // namespace brindlemar

@@ -24,4 +24,11 @@ bool jsonNestingWithin(std::string_view text, int limit) {
     return true;
 }
 
+nlohmann::json parseOutsideJson(std::string_view text) {
+    if (text.find('\0') != std::string_view::npos || !jsonNestingWithin(text)) {
+        return nlohmann::json(nlohmann::json::value_t::discarded);
+    }
+    return nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
+}
+
 }  // namespace brindlemar

@@ -26,11 +26,7 @@ void CommandLoop::handleLine(std::string_view line) {
     std::string_view trimmed = trimHorizontalSpace(line);
     if (trimmed.empty()) return;
 
-    if (!jsonNestingWithin(trimmed)) {
-        context_.state.out.emitError("bad request");
-        return;
-    }
-    Json request = Json::parse(trimmed, nullptr, /*allow_exceptions=*/false);
+    Json request = parseOutsideJson(trimmed);
     if (request.is_discarded() || !request.is_object()) {
         context_.state.out.emitError("bad request");
         return;

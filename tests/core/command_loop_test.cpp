@@ -34,6 +34,8 @@ TEST(CommandLoop, MalformedLinesAreBadRequests) {
         "{\"cmd\": \"pi\xffng\"}",  // invalid UTF-8 inside a string
         "\xc3\x28",                 // invalid UTF-8 outside any string
         R"({"cmd": "ping", "x": 1e999999})",
+        std::string(R"({"cmd":"ping"})") + '\0' + R"({"cmd":"list"})",  // a raw NUL mid-line
+        std::string(R"({"cmd":"ping")") + '\0' + "}",
         R"({"cmd": "ping", "deep": )" + std::string(600, '[') + std::string(600, ']') + "}",
     };
     HelperProcess helper;

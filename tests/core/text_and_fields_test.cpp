@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/json_nesting.h"
 #include "base/text.h"
 #include "core/fields.h"
 
@@ -103,6 +104,35 @@ TEST(Text, TrimHorizontalSpaceKeepsLineBreaksAndInnerSpace) {
     EXPECT_EQ(trimHorizontalSpace("\nx\n"), "\nx\n");
     EXPECT_EQ(trimHorizontalSpace(" \t "), "");
     EXPECT_EQ(trimHorizontalSpace("\xff "), "\xff");
+}
+
+}  // namespace
+}  // namespace brindlemar
+
+namespace brindlemar {
+namespace {
+
+TEST(OutsideJson, OnlyBracketsOutsideStringsCountTowardsTheNestingLimit) {
+    auto nested = [](int depth) { return std::string(depth, '[') + std::string(depth, ']'); };
+    const std::string manyBrackets(600, '[');
+    struct Case {
+        std::string text;
+        bool parses;
+    };
+    const std::vector<Case> cases = {
+        {nested(kMaxJsonNesting), true},
+        {nested(kMaxJsonNesting + 1), false},
+        {R"({"s":")" + manyBrackets + R"("})", true},
+        // An escaped quote does not end the string: the brackets after it are still text.
+        {R"({"s":"\")" + manyBrackets + R"("})", true},
+        // An escaped backslash does: the brackets after the closing quote nest.
+        {R"({"s":"\\","t":)" + nested(kMaxJsonNesting + 1) + "}", false},
+        {std::string(R"({"cmd":"ping"})") + '\0', false},
+        {std::string(R"({"s":"a)") + '\0' + R"("})", false},
+    };
+    for (const auto& [text, parses] : cases) {
+        EXPECT_EQ(!parseOutsideJson(text).is_discarded(), parses) << text.substr(0, 40);
+    }
 }
 
 }  // namespace

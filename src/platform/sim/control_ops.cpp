@@ -37,8 +37,7 @@ const Json* field(const Json& request, const char* key) {
 }  // namespace
 
 std::string ControlOperations::handle(std::string_view line) {
-    if (!jsonNestingWithin(line)) return refused("bad request").dump();
-    Json request = Json::parse(line, nullptr, false);
+    Json request = parseOutsideJson(line);
     Json reply;
     if (request.is_discarded() || !request.is_object()) {
         reply = refused("bad request");

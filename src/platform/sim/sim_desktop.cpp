@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "base/json_nesting.h"
 #include "platform/sim/control_ops.h"
 #include "platform/sim/control_server.h"
 #include "platform/sim/sim_accessibility.h"
@@ -25,7 +26,7 @@ Expected<Scene> loadScene(const std::string& path) {
     if (!file) return Error{"sim", 1, "scene " + path + ": cannot be read"};
     std::stringstream content;
     content << file.rdbuf();
-    auto document = nlohmann::json::parse(content.str(), nullptr, false);
+    auto document = parseOutsideJson(content.str());
     if (document.is_discarded()) return Error{"sim", 1, "scene " + path + ": not valid JSON"};
     auto scene = parseScene(document);
     if (!scene) return Error{"sim", 1, "scene " + path + ": " + scene.error().message};

@@ -4,7 +4,7 @@ namespace brindlemar {
 
 void MainQueue::post(std::function<void()> work) {
     {
-        std::lock_guard guard(lock_);
+        MutexLock guard(lock_);
         queue_.push_back(std::move(work));
     }
     ready_.notify_one();
@@ -12,23 +12,24 @@ void MainQueue::post(std::function<void()> work) {
 
 void MainQueue::finish() {
     {
-        std::lock_guard guard(lock_);
+        MutexLock guard(lock_);
         finished_ = true;
     }
     ready_.notify_one();
 }
 
 void MainQueue::run() {
-    std::unique_lock guard(lock_);
-    for (;;) {
-        ready_.wait(guard, [this] { return finished_ || !queue_.empty(); });
-        if (queue_.empty()) return;
-        auto work = std::move(queue_.front());
-        queue_.pop_front();
-        guard.unlock();
-        work();
-        guard.lock();
-    }
+    while (auto work = next())
+        (*work)();
+}
+
+std::optional<std::function<void()>> MainQueue::next() {
+    MutexLock guard(lock_);
+    guard.wait(ready_, [this]() REQUIRES(lock_) { return finished_ || !queue_.empty(); });
+    if (queue_.empty()) return std::nullopt;
+    auto work = std::move(queue_.front());
+    queue_.pop_front();
+    return work;
 }
 
 }  // namespace brindlemar

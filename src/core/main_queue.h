@@ -3,7 +3,9 @@
 #include <condition_variable>
 #include <deque>
 #include <functional>
-#include <mutex>
+#include <optional>
+
+#include "base/mutex.h"
 
 namespace brindlemar {
 
@@ -17,10 +19,13 @@ class MainQueue {
     void finish();
 
   private:
-    std::mutex lock_;  // guards queue_ and finished_
+    // The next work to run, waiting for it; none once finished and drained.
+    std::optional<std::function<void()>> next();
+
+    Mutex lock_;
     std::condition_variable ready_;
-    std::deque<std::function<void()>> queue_;
-    bool finished_ = false;
+    std::deque<std::function<void()>> queue_ GUARDED_BY(lock_);
+    bool finished_ GUARDED_BY(lock_) = false;
 };
 
 }  // namespace brindlemar

@@ -103,7 +103,7 @@ void OutputChannel::writeLocked(std::string_view line, std::span<const std::uint
         {const_cast<std::uint8_t*>(payload.data()), payload.size()},
     };
     int count = payload.empty() ? 2 : 3;
-    std::lock_guard lock(outLock);
+    MutexLock lock(outLock);
     writeAll(stdout_, parts, count);
 }
 

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "base/mutex.h"
+
 #include <cstdint>
-#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -36,7 +37,7 @@ class OutputChannel {
     void writeLocked(std::string_view line, std::span<const std::uint8_t> payload);
 
     const int stdout_;
-    std::mutex outLock;
+    Mutex outLock;  // held while one whole record is written to stdout_
 };
 
 // Compact serialisation; empty when the value cannot be serialised (invalid UTF-8, non-finite

@@ -32,7 +32,7 @@ Status Journal::openFile(const std::string& path) {
         return Error{"sim", errno,
                      "journal " + path + ": cannot be opened: " + std::strerror(errno)};
     }
-    std::lock_guard guard(lock_);
+    MutexLock guard(lock_);
     if (fd_ >= 0) ::close(fd_);
     fd_ = fd;
     return Status::success();
@@ -40,13 +40,13 @@ Status Journal::openFile(const std::string& path) {
 
 void Journal::record(nlohmann::json entry) {
     std::string line = entry.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
-    std::lock_guard guard(lock_);
+    MutexLock guard(lock_);
     if (fd_ >= 0) writeWhole(fd_, line);
     pending_.push_back(std::move(entry));
 }
 
 std::vector<nlohmann::json> Journal::take() {
-    std::lock_guard guard(lock_);
+    MutexLock guard(lock_);
     return std::exchange(pending_, {});
 }
 

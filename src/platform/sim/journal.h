@@ -1,6 +1,5 @@
 #pragma once
 
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -8,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/error.h"
+#include "base/mutex.h"
 
 namespace brindlemar::platform::sim {
 
@@ -29,9 +29,9 @@ class Journal {
     std::vector<nlohmann::json> take();
 
   private:
-    std::mutex lock_;
-    int fd_ = -1;
-    std::vector<nlohmann::json> pending_;
+    Mutex lock_;
+    int fd_ GUARDED_BY(lock_) = -1;
+    std::vector<nlohmann::json> pending_ GUARDED_BY(lock_);
 };
 
 // An entry {"effect": name, ...fields}.

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <mutex>
 #include <utility>
 
+#include "base/mutex.h"
 #include "platform/sim/journal.h"
 #include "platform/sim/scene.h"
 
@@ -19,22 +19,22 @@ class SceneStore {
 
     template <class Read>
     auto read(Read reader) const {
-        std::lock_guard guard(lock_);
+        MutexLock guard(lock_);
         return reader(std::as_const(scene_));
     }
 
     // `change(scene, journal)`.
     template <class Change>
     auto write(Change change) {
-        std::lock_guard guard(lock_);
+        MutexLock guard(lock_);
         return change(scene_, journal_);
     }
 
     Journal& journal() { return journal_; }
 
   private:
-    mutable std::mutex lock_;
-    Scene scene_;
+    mutable Mutex lock_;
+    Scene scene_ GUARDED_BY(lock_);
     Journal& journal_;
 };
 

@@ -11,23 +11,23 @@ double realNow() {
 }  // namespace
 
 double SimClock::now() {
-    std::lock_guard guard(lock_);
+    MutexLock guard(lock_);
     return (start_ ? *start_ : realNow()) + offset_;
 }
 
 void SimClock::advance(double seconds) {
-    std::lock_guard guard(lock_);
+    MutexLock guard(lock_);
     offset_ += seconds;
 }
 
 void SimClock::reset(std::optional<double> start) {
-    std::lock_guard guard(lock_);
+    MutexLock guard(lock_);
     start_ = start;
     offset_ = 0;
 }
 
 std::optional<double> SimClock::simulatedReading() {
-    std::lock_guard guard(lock_);
+    MutexLock guard(lock_);
     if (!start_) return std::nullopt;
     return *start_ + offset_;
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <mutex>
 #include <optional>
 
+#include "base/mutex.h"
 #include "platform/clock.h"
 
 namespace brindlemar::platform::sim {
@@ -22,9 +22,9 @@ class SimClock final : public Clock {
     std::optional<double> simulatedReading();
 
   private:
-    std::mutex lock_;
-    std::optional<double> start_;
-    double offset_ = 0;
+    Mutex lock_;
+    std::optional<double> start_ GUARDED_BY(lock_);
+    double offset_ GUARDED_BY(lock_) = 0;
 };
 
 }  // namespace brindlemar::platform::sim

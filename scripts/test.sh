@@ -7,6 +7,9 @@ cd "$(dirname "$0")/.."
 
 bash scripts/install-deps.sh
 
+echo "=== format"
+bash scripts/check-format.sh
+
 jobs=$(nproc)
 run_preset() {
   local preset=$1

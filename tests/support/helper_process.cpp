@@ -77,9 +77,11 @@ HelperProcess::HelperProcess(HelperOptions options) {
         settings["BRINDLEMAR_SIM_SOCKET"] = socketPath();
         settings["BRINDLEMAR_SIM_JOURNAL"] = journalPath();
     }
-    for (const auto& [key, value] : options.environment) settings[key] = value;
+    for (const auto& [key, value] : options.environment)
+        settings[key] = value;
     std::vector<std::string> env;
-    for (const auto& [key, value] : settings) env.push_back(key + "=" + value);
+    for (const auto& [key, value] : settings)
+        env.push_back(key + "=" + value);
 
     std::vector<std::string> args{helperBinary()};
     args.insert(args.end(), options.arguments.begin(), options.arguments.end());

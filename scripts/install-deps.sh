@@ -6,6 +6,8 @@ set -euo pipefail
 packages=(
   # toolchain
   build-essential cmake ninja-build clang clang-format pkg-config git
+  # sanitizer and libFuzzer runtimes for clang
+  libclang-rt-14-dev
   # libraries the helper links
   nlohmann-json3-dev libspng-dev zlib1g-dev libyuv-dev libutf8proc-dev libssl-dev
   libx264-dev libx265-dev libatspi2.0-dev

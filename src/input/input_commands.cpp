@@ -21,6 +21,14 @@ void replyActivate(CommandContext& context, const char* error) {
     context.state.out.emitLine(reply);
 }
 
+// Answers an outcome with the "input" record; a failure of the desktop goes back to the command
+// loop, which answers it with an error record.
+Status reply(CommandContext& context, const Expected<InputOutcome>& outcome) {
+    if (!outcome) return outcome.error();
+    replyInput(context, *outcome);
+    return {};
+}
+
 // A drop in progress swallows pointer input: the parent is told it went through.
 bool heldBack(CommandContext& context, const Json& event) {
     if (!heldBackForFileDrop(context.state, context.desktop.pasteboards(), event)) return false;
@@ -38,8 +46,7 @@ Status InputCommands::input(const Fields& request, CommandContext& context) {
         return {};
     }
     if (heldBack(context, *event)) return {};
-    replyInput(context, handleInput(state_, context.desktop, *id, *event));
-    return {};
+    return reply(context, handleInput(state_, context.desktop, *id, *event));
 }
 
 Status InputCommands::inputDisplay(const Fields& request, CommandContext& context) {
@@ -50,8 +57,7 @@ Status InputCommands::inputDisplay(const Fields& request, CommandContext& contex
         return {};
     }
     if (heldBack(context, *event)) return {};
-    replyInput(context, handleDisplayInput(state_, context.desktop, id, *event));
-    return {};
+    return reply(context, handleDisplayInput(state_, context.desktop, id, *event));
 }
 
 Status InputCommands::activate(const Fields& request, CommandContext& context) {

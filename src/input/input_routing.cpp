@@ -24,40 +24,42 @@ platform::Point pointInside(const platform::Rect& target, const Fields& event) {
             target.minY() + clampedFraction(event, "ny") * height};
 }
 
+Expected<InputOutcome> outcomeOf(const Status& posted) {
+    if (!posted) return posted.error();
+    return InputOutcome::success();
+}
+
 bool accessibilityTrusted(platform::Desktop& desktop) {
     return desktop.permissions().check(platform::Permission::Accessibility);
 }
 
 // Dispatches on "kind" once the target is known. `raise` is the window to raise before a press;
 // display targets have none.
-InputOutcome performEvent(InputState& state, platform::Desktop& desktop,
-                          const platform::Rect& target, const Fields& event,
-                          const std::optional<WindowPlacement>& raise) {
+Expected<InputOutcome> performEvent(InputState& state, platform::Desktop& desktop,
+                                    const platform::Rect& target, const Fields& event,
+                                    const std::optional<WindowPlacement>& raise) {
     platform::Point at = pointInside(target, event);
     std::string kind = event.string("kind", "");
     if (kind == "mouse") {
-        postMouse(state, desktop, event.string("action", "move"), event.number("button", 0), at,
-                  raise);
-        return InputOutcome::success();
+        return outcomeOf(postMouse(state, desktop, event.string("action", "move"),
+                                   event.number("button", 0), at, raise));
     }
     if (kind == "scroll") {
-        postScroll(desktop, at, event.real("dx", 0), event.real("dy", 0));
-        return InputOutcome::success();
+        return outcomeOf(postScroll(desktop, at, event.real("dx", 0), event.real("dy", 0)));
     }
     if (kind == "key") {
         bool down = event.string("action", "down") == "down";
-        if (postKey(state, desktop.events(), event.string("code", ""), down)) {
-            return InputOutcome::success();
-        }
-        return InputOutcome::refused("unknown_key");
+        auto posted = postKey(state, desktop.events(), event.string("code", ""), down);
+        if (!posted) return posted.error();
+        return *posted ? InputOutcome::success() : InputOutcome::refused("unknown_key");
     }
     return InputOutcome::refused("bad_kind");
 }
 
 }  // namespace
 
-InputOutcome handleInput(InputState& state, platform::Desktop& desktop, std::uint32_t id,
-                         const nlohmann::json& event) {
+Expected<InputOutcome> handleInput(InputState& state, platform::Desktop& desktop, std::uint32_t id,
+                                   const nlohmann::json& event) {
     if (!accessibilityTrusted(desktop)) return InputOutcome::refused("accessibility_not_granted");
     // Key events go to whatever has focus, yet a vanished target still refuses them.
     auto window = windowBounds(desktop.windowList(), id);
@@ -65,8 +67,8 @@ InputOutcome handleInput(InputState& state, platform::Desktop& desktop, std::uin
     return performEvent(state, desktop, window->frame, Fields(event), window);
 }
 
-InputOutcome handleDisplayInput(InputState& state, platform::Desktop& desktop, std::uint32_t id,
-                                const nlohmann::json& event) {
+Expected<InputOutcome> handleDisplayInput(InputState& state, platform::Desktop& desktop,
+                                          std::uint32_t id, const nlohmann::json& event) {
     if (!accessibilityTrusted(desktop)) return InputOutcome::refused("accessibility_not_granted");
     auto& windows = desktop.windowList();
     platform::Rect bounds = windows.displayBounds(id);

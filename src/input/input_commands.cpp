@@ -2,6 +2,7 @@
 
 #include "core/process_state.h"
 #include "filedrop/input_hold_back.h"
+#include "input/input_event.h"
 #include "input/input_routing.h"
 #include "input/window_raise.h"
 #include "platform/desktop.h"
@@ -30,7 +31,7 @@ Status reply(CommandContext& context, const Expected<InputOutcome>& outcome) {
 }
 
 // A drop in progress swallows pointer input: the parent is told it went through.
-bool heldBack(CommandContext& context, const Json& event) {
+bool heldBack(CommandContext& context, const InputEvent& event) {
     if (!heldBackForFileDrop(context.state, context.desktop.pasteboards(), event)) return false;
     replyInput(context, InputOutcome::success());
     return true;
@@ -45,8 +46,10 @@ Status InputCommands::input(const Fields& request, CommandContext& context) {
         context.state.out.emitError("input: missing id/event");
         return {};
     }
-    if (heldBack(context, *event)) return {};
-    return reply(context, handleInput(state_, context.desktop, *id, *event));
+    // Parsed here, once: nothing below the handler reads the request's JSON.
+    const InputEvent parsed = InputEvent::parse(*event);
+    if (heldBack(context, parsed)) return {};
+    return reply(context, handleInput(state_, context.desktop, *id, parsed));
 }
 
 Status InputCommands::inputDisplay(const Fields& request, CommandContext& context) {
@@ -56,8 +59,9 @@ Status InputCommands::inputDisplay(const Fields& request, CommandContext& contex
         context.state.out.emitError("input_display: missing event");
         return {};
     }
-    if (heldBack(context, *event)) return {};
-    return reply(context, handleDisplayInput(state_, context.desktop, id, *event));
+    const InputEvent parsed = InputEvent::parse(*event);
+    if (heldBack(context, parsed)) return {};
+    return reply(context, handleDisplayInput(state_, context.desktop, id, parsed));
 }
 
 Status InputCommands::activate(const Fields& request, CommandContext& context) {

@@ -4,12 +4,11 @@
 #include <optional>
 #include <string>
 
-#include <nlohmann/json.hpp>
-
 #include "base/error.h"
 
 namespace brindlemar {
 
+struct InputEvent;
 struct InputState;
 namespace platform {
 class Desktop;
@@ -27,13 +26,13 @@ struct InputOutcome {
     static InputOutcome refused(std::string word) { return {false, std::move(word)}; }
 };
 
-// Performs an input event (the request's "event" object) on a window: its normalised position
-// is mapped into the window's current frame, and a press raises the window first.
+// Performs an input event on a window: its normalised position is mapped into the window's
+// current frame, and a press raises the window first.
 Expected<InputOutcome> handleInput(InputState& state, platform::Desktop& desktop, std::uint32_t id,
-                                   const nlohmann::json& event);
+                                   const InputEvent& event);
 
 // The same on a display; an unknown or inactive display stands for the main display.
 Expected<InputOutcome> handleDisplayInput(InputState& state, platform::Desktop& desktop,
-                                          std::uint32_t id, const nlohmann::json& event);
+                                          std::uint32_t id, const InputEvent& event);
 
 }  // namespace brindlemar

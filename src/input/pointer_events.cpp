@@ -75,20 +75,20 @@ void countPress(InputState& state, double now, platform::Point at, std::int64_t 
 
 }  // namespace
 
-Status postMouse(InputState& state, platform::Desktop& desktop, std::string_view action,
+Status postMouse(InputState& state, platform::Desktop& desktop, InputEvent::Action action,
                  std::int64_t button, platform::Point at,
                  const std::optional<WindowPlacement>& raise) {
     MouseButton mapped = systemButton(button);
     platform::SyntheticEvent event;
     event.location = at;
     event.button = mapped;
-    if (action == "down") {
+    if (action == InputEvent::Action::Down) {
         countPress(state, desktop.clock().now(), at, button);
         // The press must land on the window even when another one covers it.
         if (raise) raiseWindow(desktop, raise->pid, raise->frame);
         event.type = pressType(mapped);
         event.clickState = state.clickState;
-    } else if (action == "up") {
+    } else if (action == InputEvent::Action::Up) {
         state.buttonsDown.erase(button);
         event.type = releaseType(mapped);
         event.clickState = state.clickState;

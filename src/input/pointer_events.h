@@ -2,9 +2,8 @@
 
 #include <cstdint>
 #include <optional>
-#include <string_view>
-
 #include "base/error.h"
+#include "input/input_event.h"
 #include "input/window_raise.h"
 #include "platform/geometry.h"
 
@@ -16,11 +15,11 @@ class Desktop;
 }
 
 // Posts one pointer event for a DOM-numbered button (0 left, 1 middle, 2 right; any other value
-// is the left button). "down" counts clicks and, with a raise target, raises that window first;
-// "up" releases; any other action is a move, or a drag of the highest-priority held button.
+// is the left button). A press counts clicks and, with a raise target, raises that window first;
+// a release lets go; a move is a drag of the highest-priority held button, if any.
 // Every pointer event carries `state.modFlags`. Fails with the desktop's error when the event
 // could not be created or posted; the pointer state has changed all the same.
-Status postMouse(InputState& state, platform::Desktop& desktop, std::string_view action,
+Status postMouse(InputState& state, platform::Desktop& desktop, InputEvent::Action action,
                  std::int64_t button, platform::Point at,
                  const std::optional<WindowPlacement>& raise);
 

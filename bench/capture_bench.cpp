@@ -102,7 +102,9 @@ class BenchDesktop final : public platform::Desktop,
     std::optional<platform::WindowListEntry> describeWindow(std::uint32_t) override { return {}; }
     platform::Rect displayBounds(std::uint32_t) override { return {}; }
     std::uint32_t mainDisplayId() override { return 1; }
-    bool post(const platform::SyntheticEvent&, platform::EventTarget) override { return false; }
+    Status post(const platform::SyntheticEvent&, platform::EventTarget) override {
+        return Error{"bench", 1, "none"};
+    }
     platform::AXElement applicationElement(std::int32_t) override { return {}; }
     Expected<platform::AXAttributeValue> copyAttribute(const platform::AXElement&,
                                                        std::string_view) override {

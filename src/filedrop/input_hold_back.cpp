@@ -1,21 +1,18 @@
 #include "filedrop/input_hold_back.h"
 
-#include <string>
-
-#include "core/fields.h"
 #include "core/process_state.h"
+#include "input/input_event.h"
 #include "platform/pasteboards.h"
 
 namespace brindlemar {
 
 bool heldBackForFileDrop(ProcessState& state, platform::Pasteboards& pasteboards,
-                         const nlohmann::json& event) {
-    Fields fields(event);
-    std::string kind = fields.string("kind", "");
-    if (kind == "mouse" && fields.string("action", "") == "down") {
+                         const InputEvent& event) {
+    using Kind = InputEvent::Kind;
+    if (event.kind == Kind::Mouse && event.action == InputEvent::Action::Down) {
         noteMousePress(state, pasteboards);
     }
-    return (kind == "mouse" || kind == "scroll") && state.fileDrop.active();
+    return (event.kind == Kind::Mouse || event.kind == Kind::Scroll) && state.fileDrop.active();
 }
 
 void noteMousePress(ProcessState& state, platform::Pasteboards& pasteboards) {

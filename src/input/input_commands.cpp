@@ -2,6 +2,7 @@
 
 #include "core/process_state.h"
 #include "filedrop/input_hold_back.h"
+#include "input/input_event.h"
 #include "input/input_routing.h"
 #include "input/window_raise.h"
 #include "platform/desktop.h"
@@ -21,8 +22,16 @@ void replyActivate(CommandContext& context, const char* error) {
     context.state.out.emitLine(reply);
 }
 
+// Answers an outcome with the "input" record; a failure of the desktop goes back to the command
+// loop, which answers it with an error record.
+Status reply(CommandContext& context, const Expected<InputOutcome>& outcome) {
+    if (!outcome) return outcome.error();
+    replyInput(context, *outcome);
+    return {};
+}
+
 // A drop in progress swallows pointer input: the parent is told it went through.
-bool heldBack(CommandContext& context, const Json& event) {
+bool heldBack(CommandContext& context, const InputEvent& event) {
     if (!heldBackForFileDrop(context.state, context.desktop.pasteboards(), event)) return false;
     replyInput(context, InputOutcome::success());
     return true;
@@ -37,9 +46,10 @@ Status InputCommands::input(const Fields& request, CommandContext& context) {
         context.state.out.emitError("input: missing id/event");
         return {};
     }
-    if (heldBack(context, *event)) return {};
-    replyInput(context, handleInput(state_, context.desktop, *id, *event));
-    return {};
+    // Parsed here, once: nothing below the handler reads the request's JSON.
+    const InputEvent parsed = InputEvent::parse(*event);
+    if (heldBack(context, parsed)) return {};
+    return reply(context, handleInput(state_, context.desktop, *id, parsed));
 }
 
 Status InputCommands::inputDisplay(const Fields& request, CommandContext& context) {
@@ -49,9 +59,9 @@ Status InputCommands::inputDisplay(const Fields& request, CommandContext& contex
         context.state.out.emitError("input_display: missing event");
         return {};
     }
-    if (heldBack(context, *event)) return {};
-    replyInput(context, handleDisplayInput(state_, context.desktop, id, *event));
-    return {};
+    const InputEvent parsed = InputEvent::parse(*event);
+    if (heldBack(context, parsed)) return {};
+    return reply(context, handleDisplayInput(state_, context.desktop, id, parsed));
 }
 
 Status InputCommands::activate(const Fields& request, CommandContext& context) {

@@ -4,16 +4,20 @@
 #include <optional>
 #include <string>
 
-#include <nlohmann/json.hpp>
+#include "base/error.h"
 
 namespace brindlemar {
 
+struct InputEvent;
 struct InputState;
 namespace platform {
 class Desktop;
 }
 
-// The outcome of routing one input event: success, or a refusal word ("window_gone", ...).
+// The outcome of routing one input event that the desktop could act on: success, or a refusal
+// word ("window_gone", ...). When the desktop fails (an event could not be posted, the X server
+// is gone) the routing operations return that failure instead, and the command loop answers it
+// with an error record, as it does for every other command.
 struct InputOutcome {
     bool ok = false;
     std::optional<std::string> error;
@@ -22,13 +26,13 @@ struct InputOutcome {
     static InputOutcome refused(std::string word) { return {false, std::move(word)}; }
 };
 
-// Performs an input event (the request's "event" object) on a window: its normalised position
-// is mapped into the window's current frame, and a press raises the window first.
-InputOutcome handleInput(InputState& state, platform::Desktop& desktop, std::uint32_t id,
-                         const nlohmann::json& event);
+// Performs an input event on a window: its normalised position is mapped into the window's
+// current frame, and a press raises the window first.
+Expected<InputOutcome> handleInput(InputState& state, platform::Desktop& desktop, std::uint32_t id,
+                                   const InputEvent& event);
 
 // The same on a display; an unknown or inactive display stands for the main display.
-InputOutcome handleDisplayInput(InputState& state, platform::Desktop& desktop, std::uint32_t id,
-                                const nlohmann::json& event);
+Expected<InputOutcome> handleDisplayInput(InputState& state, platform::Desktop& desktop,
+                                          std::uint32_t id, const InputEvent& event);
 
 }  // namespace brindlemar

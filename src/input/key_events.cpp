@@ -22,7 +22,8 @@ void updateModifiers(std::uint64_t& modFlags, std::string_view code, bool down) 
 
 }  // namespace
 
-bool postKey(InputState& state, platform::EventPoster& events, std::string_view code, bool down) {
+Expected<bool> postKey(InputState& state, platform::EventPoster& events, std::string_view code,
+                       bool down) {
     auto found = state.vkMap.find(std::string(code));
     if (found == state.vkMap.end()) return false;
     updateModifiers(state.modFlags, code, down);
@@ -32,7 +33,9 @@ bool postKey(InputState& state, platform::EventPoster& events, std::string_view 
     event.keyCode = found->second;
     event.keyDown = down;
     event.flags = state.modFlags;
-    return events.post(event, platform::EventTarget::hid());
+    if (auto posted = events.post(event, platform::EventTarget::hid()); !posted)
+        return posted.error();
+    return true;
 }
 
 }  // namespace brindlemar

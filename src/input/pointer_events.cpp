@@ -75,20 +75,20 @@ void countPress(InputState& state, double now, platform::Point at, std::int64_t 
 
 }  // namespace
 
-void postMouse(InputState& state, platform::Desktop& desktop, std::string_view action,
-               std::int64_t button, platform::Point at,
-               const std::optional<WindowPlacement>& raise) {
+Status postMouse(InputState& state, platform::Desktop& desktop, InputEvent::Action action,
+                 std::int64_t button, platform::Point at,
+                 const std::optional<WindowPlacement>& raise) {
     MouseButton mapped = systemButton(button);
     platform::SyntheticEvent event;
     event.location = at;
     event.button = mapped;
-    if (action == "down") {
+    if (action == InputEvent::Action::Down) {
         countPress(state, desktop.clock().now(), at, button);
         // The press must land on the window even when another one covers it.
         if (raise) raiseWindow(desktop, raise->pid, raise->frame);
         event.type = pressType(mapped);
         event.clickState = state.clickState;
-    } else if (action == "up") {
+    } else if (action == InputEvent::Action::Up) {
         state.buttonsDown.erase(button);
         event.type = releaseType(mapped);
         event.clickState = state.clickState;
@@ -96,7 +96,7 @@ void postMouse(InputState& state, platform::Desktop& desktop, std::string_view a
         event.type = moveType(state.buttonsDown);
     }
     event.flags = state.modFlags;
-    (void)desktop.events().post(event, platform::EventTarget::hid());
+    return desktop.events().post(event, platform::EventTarget::hid());
 }
 
 std::int32_t wheelValue(double distance) {
@@ -105,12 +105,12 @@ std::int32_t wheelValue(double distance) {
         std::trunc(std::clamp(-distance, -kMaxWheelPixels, kMaxWheelPixels)));
 }
 
-void postScroll(platform::Desktop& desktop, platform::Point at, double dx, double dy) {
+Status postScroll(platform::Desktop& desktop, platform::Point at, double dx, double dy) {
     platform::SyntheticEvent event;
     event.type = EventType::ScrollWheel;
     event.location = at;
     event.wheel = std::array<std::int32_t, 2>{wheelValue(dy), wheelValue(dx)};
-    (void)desktop.events().post(event, platform::EventTarget::hid());
+    return desktop.events().post(event, platform::EventTarget::hid());
 }
 
 }  // namespace brindlemar

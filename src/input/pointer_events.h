@@ -2,8 +2,8 @@
 
 #include <cstdint>
 #include <optional>
-#include <string_view>
-
+#include "base/error.h"
+#include "input/input_event.h"
 #include "input/window_raise.h"
 #include "platform/geometry.h"
 
@@ -15,16 +15,18 @@ class Desktop;
 }
 
 // Posts one pointer event for a DOM-numbered button (0 left, 1 middle, 2 right; any other value
-// is the left button). "down" counts clicks and, with a raise target, raises that window first;
-// "up" releases; any other action is a move, or a drag of the highest-priority held button.
-// Every pointer event carries `state.modFlags`. A failure to create the event is silent.
-void postMouse(InputState& state, platform::Desktop& desktop, std::string_view action,
-               std::int64_t button, platform::Point at,
-               const std::optional<WindowPlacement>& raise);
+// is the left button). A press counts clicks and, with a raise target, raises that window first;
+// a release lets go; a move is a drag of the highest-priority held button, if any.
+// Every pointer event carries `state.modFlags`. Fails with the desktop's error when the event
+// could not be created or posted; the pointer state has changed all the same.
+Status postMouse(InputState& state, platform::Desktop& desktop, InputEvent::Action action,
+                 std::int64_t button, platform::Point at,
+                 const std::optional<WindowPlacement>& raise);
 
 // Posts one pixel scroll event at `at`; positive distances scroll content up/left, so the wheel
 // values are the negated distances, clamped to ±500 and truncated. No flags, no pointer state.
-void postScroll(platform::Desktop& desktop, platform::Point at, double dx, double dy);
+// Fails with the desktop's error when the event could not be created or posted.
+Status postScroll(platform::Desktop& desktop, platform::Point at, double dx, double dy);
 
 // The wheel value of one scroll distance (exposed for its own tests).
 std::int32_t wheelValue(double distance);

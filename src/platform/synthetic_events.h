@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "base/error.h"
 #include "platform/geometry.h"
 
 namespace brindlemar::platform {
@@ -65,8 +66,10 @@ struct EventTarget {
 class EventPoster {
   public:
     virtual ~EventPoster() = default;
-    // Creates the event and posts it; false when the event could not be created.
-    virtual bool post(const SyntheticEvent& event, EventTarget target) = 0;
+    // Creates the event and posts it. Fails with the desktop's own error when the event cannot be
+    // created or posted (on X11: the server is gone, XTest is missing, the keyboard has no key at
+    // that position, some of the text has no key in the layout).
+    virtual Status post(const SyntheticEvent& event, EventTarget target) = 0;
 };
 
 }  // namespace brindlemar::platform

@@ -1,18 +1,12 @@
 // Input held back while a file drop is under way. The drop flag is set directly on the process
 // state, the way the file-drop coordinator sets it, and requests go through the command loop.
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <fstream>
 
 #include <gtest/gtest.h>
 
-#include "command_index.h"
-#include "core/command_loop.h"
-#include "core/main_queue.h"
-#include "core/process_state.h"
 #include "filedrop/input_hold_back.h"
+#include "in_process_loop.h"
 #include "input_session.h"
 #include "platform/sim/sim_backend.h"
 
@@ -30,30 +24,15 @@ class HoldBack : public ::testing::Test {
                                                      .journalPath = dir_.file("journal.jsonl")});
         ASSERT_TRUE(made.ok()) << made.error().message;
         desktop_ = std::move(made).value();
-        ASSERT_EQ(::pipe(fds_), 0);
-        ::fcntl(fds_[0], F_SETFL, O_NONBLOCK);
-        state_ = std::make_unique<ProcessState>(fds_[1], nullptr);
-        loop_ = std::make_unique<CommandLoop>(buildCommandTable(subsystems_),
-                                              CommandContext{*state_, *desktop_, queue_}, -1);
+        loop_ = std::make_unique<InProcessLoop>(*desktop_);
+        state_ = &loop_->state();
     }
     void TearDown() override {
         loop_.reset();
         desktop_.reset();
-        ::close(fds_[0]);
-        ::close(fds_[1]);
     }
 
-    // Handles one request and returns its one reply.
-    Json send(const Json& request) {
-        loop_->handleLine(request.dump());
-        std::string output;
-        char chunk[4096];
-        ssize_t n;
-        while ((n = ::read(fds_[0], chunk, sizeof chunk)) > 0)
-            output.append(chunk, n);
-        EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 1) << output;
-        return output.empty() ? Json() : Json::parse(output.substr(0, output.find('\n')));
-    }
+    Json send(const Json& request) { return loop_->send(request); }
     Json input(Json id, Json event) {
         return send({{"cmd", "input"}, {"id", std::move(id)}, {"event", std::move(event)}});
     }
@@ -73,12 +52,9 @@ class HoldBack : public ::testing::Test {
     }
 
     TempDir dir_;
-    int fds_[2] = {-1, -1};
     std::unique_ptr<platform::Desktop> desktop_;
-    std::unique_ptr<ProcessState> state_;
-    std::unique_ptr<CommandLoop> loop_;
-    MainQueue queue_;
-    Subsystems subsystems_;
+    std::unique_ptr<InProcessLoop> loop_;
+    ProcessState* state_ = nullptr;
     std::size_t journalSeen_ = 0;
 };
 
@@ -107,7 +83,7 @@ TEST_F(HoldBack, DuringADropPointerInputIsSwallowedAndKeysGoThrough) {
     EXPECT_EQ(postedTypes(), std::vector<int>()) << "nothing posted, nothing raised";
     // A swallowed press still noted the pasteboard, and the pointer state did not move.
     EXPECT_EQ(state_->dragPasteboardBaseline, 5);
-    EXPECT_TRUE(subsystems_.input.state().buttonsDown.empty());
+    EXPECT_TRUE(loop_->subsystems().input.state().buttonsDown.empty());
 
     EXPECT_EQ(input(7, key("KeyA")), kOk);
     EXPECT_EQ(input(7, key("KeyA", "up")), kOk);
@@ -118,7 +94,7 @@ TEST_F(HoldBack, DuringADropPointerInputIsSwallowedAndKeysGoThrough) {
     state_->fileDrop.setActive(false);
     EXPECT_EQ(input(7, mouse("down")), kOk);
     EXPECT_EQ(postedTypes(), std::vector<int>({1}));
-    EXPECT_EQ(subsystems_.input.state().clickState, 1);
+    EXPECT_EQ(loop_->subsystems().input.state().clickState, 1);
 }
 
 TEST_F(HoldBack, TheBaselineFollowsTheDragPasteboard) {

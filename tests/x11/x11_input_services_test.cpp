@@ -111,7 +111,11 @@ TEST_F(X11InputServicesTest, KeysArriveAtTheFocusedWindowByPosition) {
         EXPECT_EQ(events[1].type, XCB_KEY_RELEASE) << c.name;
         EXPECT_EQ(events[1].detail, c.keycode) << c.name;
     }
-    EXPECT_FALSE(poster->post(keyEvent(0x0A, true), EventTarget::hid()));
+    // The ISO section key has no place on a PC keyboard: the post fails and says so.
+    const auto missing = poster->post(keyEvent(0x0A, true), EventTarget::hid());
+    ASSERT_FALSE(missing);
+    EXPECT_EQ(missing.error().message,
+              "the keyboard has no key at the position of virtual key 0x0A");
 }
 
 TEST_F(X11InputServicesTest, KeyEventsCarryingTextTypeItWithTheLayoutsKeys) {
@@ -134,7 +138,8 @@ TEST_F(X11InputServicesTest, KeyEventsCarryingTextTypeItWithTheLayoutsKeys) {
         down.unicode = c.text;
         SyntheticEvent up = keyEvent(0x00, false);
         up.unicode = c.text;
-        EXPECT_EQ(poster->post(down, EventTarget::process(fixture.pid())), c.complete) << c.text;
+        EXPECT_EQ(poster->post(down, EventTarget::process(fixture.pid())).ok(), c.complete)
+            << c.text;
         EXPECT_TRUE(poster->post(up, EventTarget::process(fixture.pid())));
         EXPECT_TRUE(fixture.until("text", [&](const nlohmann::json& r) {
             return r["text"] == c.expected;
@@ -368,6 +373,21 @@ TEST_F(X11InputServicesTest, WorkspaceActivatesTheFrontMostWindowOfAProcess) {
     EXPECT_EQ(clientWindowsFrontFirst(*connection_).front(), back.windowId());
     EXPECT_FALSE(workspace->activateApplication(getpid()));  // no windows
     EXPECT_FALSE(workspace->activateApplication(0));
+}
+
+TEST(X11InputServerLossTest, PostsFailWithTheLostConnection) {
+    XServer server({.windowManager = false});
+    auto connection = connect(server);
+    auto poster = makeEventPoster(*connection);
+    ASSERT_TRUE(poster->post(mouseEvent(EventType::MouseMoved, 5, 5), EventTarget::hid()));
+    server.kill();
+    const SyntheticEvent events[] = {mouseEvent(EventType::LeftMouseDown, 5, 5, MouseButton::Left),
+                                     keyEvent(0x00, true), scrollEvent(5, 5, -40, 0)};
+    for (const auto& event : events) {
+        const auto posted = poster->post(event, EventTarget::hid());
+        ASSERT_FALSE(posted);
+        EXPECT_EQ(posted.error().message, "X server connection lost");
+    }
 }
 
 TEST(X11InputWithoutWindowManagerTest, ActivationRestacksAndListsFollowTheRootsChildren) {

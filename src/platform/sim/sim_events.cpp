@@ -35,10 +35,10 @@ nlohmann::json eventEntry(const SyntheticEvent& e, EventTarget target) {
 
 }  // namespace
 
-bool SimEventPoster::post(const SyntheticEvent& event, EventTarget target) {
+Status SimEventPoster::post(const SyntheticEvent& event, EventTarget target) {
     auto entry = eventEntry(event, target);
     store_.write([&](Scene&, Journal& journal) { journal.record(std::move(entry)); });
-    return true;
+    return Status::success();
 }
 
 }  // namespace brindlemar::platform::sim

@@ -76,7 +76,7 @@ class SimWindowList final : public WindowList {
 class SimEventPoster final : public EventPoster {
   public:
     explicit SimEventPoster(SceneStore& store) : store_(store) {}
-    bool post(const SyntheticEvent& event, EventTarget target) override;
+    Status post(const SyntheticEvent& event, EventTarget target) override;
 
   private:
     SceneStore& store_;

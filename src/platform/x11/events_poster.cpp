@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <vector>
 
 #include "platform/x11/connection.h"
@@ -98,6 +100,19 @@ std::int32_t boundedWheel(std::int32_t pixels) {
     return std::clamp(pixels, -kWheelPixelBound, kWheelPixelBound);
 }
 
+// Codes of the poster's own errors, in the "x11" domain.
+constexpr std::int64_t kNoXTest = 1;
+constexpr std::int64_t kNoKeyAtPosition = 2;
+constexpr std::int64_t kTextWithoutKeys = 3;
+constexpr std::int64_t kNotAKeyEvent = 4;
+
+Error noKeyAt(std::uint16_t virtualKey) {
+    char code[8];
+    std::snprintf(code, sizeof code, "0x%02X", virtualKey);
+    return Error{kX11Domain, kNoKeyAtPosition,
+                 std::string("the keyboard has no key at the position of virtual key ") + code};
+}
+
 std::int16_t toCoordinate(double value) {
     const double rounded = std::round(value);
     if (!(rounded > -32768.0)) return -32768;
@@ -112,16 +127,22 @@ XTestEventPoster::XTestEventPoster(X11Connection& connection)
       keymap_(ServerKeymap::read(connection.raw())),
       textTyper_(connection.raw(), keymap_.keycodeFor(kShiftLeft)) {}
 
-bool XTestEventPoster::post(const SyntheticEvent& event, EventTarget /*target*/) {
-    if (!connection_.extensions().xtest || connection_.lost()) return false;
-    bool posted = false;
+Status XTestEventPoster::post(const SyntheticEvent& event, EventTarget /*target*/) {
+    if (auto reachable = connection_.check(); !reachable) return reachable;
+    if (!connection_.extensions().xtest)
+        return Error{kX11Domain, kNoXTest,
+                     "the X server has no XTest extension: synthetic input is not possible"};
+    Status posted;
     if (isKeyType(event.type))
         posted = postKey(event);
     else if (event.type == EventType::ScrollWheel)
-        posted = postScroll(event);
+        postScroll(event);
     else
-        posted = postPointer(event);
+        postPointer(event);
     xcb_flush(connection_.raw());
+    // The requests are not waited for: a server that went away while they were sent shows as
+    // a broken connection now or at the next request.
+    if (auto reachable = connection_.check(); !reachable) return reachable;
     return posted;
 }
 
@@ -132,14 +153,19 @@ std::uint64_t XTestEventPoster::heldModifierFlags() const {
     return flags;
 }
 
-bool XTestEventPoster::postKey(const SyntheticEvent& event) {
-    if (event.unicode && !event.unicode->empty()) {
-        const bool textDown = event.keyDown.value_or(event.type != EventType::KeyUp);
-        return !textDown || textTyper_.type(*event.unicode);
-    }
-    if (!event.keyCode) return false;
+Status XTestEventPoster::postText(const SyntheticEvent& event) {
+    const bool textDown = event.keyDown.value_or(event.type != EventType::KeyUp);
+    if (!textDown || textTyper_.type(*event.unicode)) return Status::success();
+    return Error{kX11Domain, kTextWithoutKeys,
+                 "the keyboard layout has no key for some of the text; the rest was typed"};
+}
+
+Status XTestEventPoster::postKey(const SyntheticEvent& event) {
+    if (event.unicode && !event.unicode->empty()) return postText(event);
+    if (!event.keyCode)
+        return Error{kX11Domain, kNotAKeyEvent, "a key event without a key code or text"};
     const auto keycode = keymap_.keycodeFor(*event.keyCode);
-    if (!keycode) return false;
+    if (!keycode) return noKeyAt(*event.keyCode);
     const bool down = event.keyDown.value_or(event.type != EventType::KeyUp);
 
     std::lock_guard guard(lock_);
@@ -162,10 +188,10 @@ bool XTestEventPoster::postKey(const SyntheticEvent& event) {
     fake(down ? XCB_KEY_PRESS : XCB_KEY_RELEASE, *keycode);
     for (auto it = wrapped.rbegin(); it != wrapped.rend(); ++it)
         fake(XCB_KEY_RELEASE, *it);
-    return true;
+    return Status::success();
 }
 
-bool XTestEventPoster::postPointer(const SyntheticEvent& event) {
+void XTestEventPoster::postPointer(const SyntheticEvent& event) {
     if (event.location) moveTo(*event.location);
     switch (buttonActionOf(event.type)) {
         case ButtonAction::Press:
@@ -177,12 +203,11 @@ bool XTestEventPoster::postPointer(const SyntheticEvent& event) {
         case ButtonAction::None:
             break;
     }
-    return true;
 }
 
-bool XTestEventPoster::postScroll(const SyntheticEvent& event) {
+void XTestEventPoster::postScroll(const SyntheticEvent& event) {
     if (event.location) moveTo(*event.location);
-    if (!event.wheel) return true;
+    if (!event.wheel) return;
     std::lock_guard guard(lock_);
     const std::int32_t verticalSteps = vertical_.stepsFor(boundedWheel((*event.wheel)[0]));
     const std::int32_t horizontalSteps = horizontal_.stepsFor(boundedWheel((*event.wheel)[1]));
@@ -194,7 +219,6 @@ bool XTestEventPoster::postScroll(const SyntheticEvent& event) {
     };
     click(verticalSteps > 0 ? kWheelUp : kWheelDown, std::abs(verticalSteps));
     click(horizontalSteps > 0 ? kWheelLeft : kWheelRight, std::abs(horizontalSteps));
-    return true;
 }
 
 void XTestEventPoster::moveTo(const Point& location) {

@@ -33,14 +33,15 @@ class XTestEventPoster final : public EventPoster {
   public:
     explicit XTestEventPoster(X11Connection& connection);
 
-    bool post(const SyntheticEvent& event, EventTarget target) override;
+    Status post(const SyntheticEvent& event, EventTarget target) override;
 
     const ServerKeymap& keymap() const { return keymap_; }
 
   private:
-    bool postKey(const SyntheticEvent& event);
-    bool postPointer(const SyntheticEvent& event);
-    bool postScroll(const SyntheticEvent& event);
+    Status postKey(const SyntheticEvent& event);
+    Status postText(const SyntheticEvent& event);
+    void postPointer(const SyntheticEvent& event);
+    void postScroll(const SyntheticEvent& event);
     void moveTo(const Point& location);
     void fake(std::uint8_t type, std::uint8_t detail);
     std::uint64_t heldModifierFlags() const;

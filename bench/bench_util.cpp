@@ -1,65 +1,39 @@
 #include "bench_util.h"
 
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
 
-extern char** environ;
-
 namespace brindlemar::bench {
 
 Child::Child(const std::string& binary, const std::map<std::string, std::string>& environment)
     : buffer_(1 << 20) {
-    int in[2], out[2];
-    if (::pipe(in) != 0 || ::pipe(out) != 0) throw std::runtime_error("pipe");
-    std::vector<std::string> env;
-    for (char** e = environ; *e != nullptr; ++e) {
-        if (std::strncmp(*e, "BRINDLEMAR_", 11) != 0) env.emplace_back(*e);
-    }
-    for (const auto& [k, v] : environment)
-        env.push_back(k + "=" + v);
-    std::vector<char*> envp;
-    for (auto& e : env)
-        envp.push_back(e.data());
-    envp.push_back(nullptr);
-    std::string path = binary;
-    char* argv[] = {path.data(), nullptr};
-
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, in[0], STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addclose(&actions, in[1]);
-    posix_spawn_file_actions_addclose(&actions, out[0]);
-    if (posix_spawn(&pid_, path.c_str(), &actions, nullptr, argv, envp.data()) != 0) {
-        throw std::runtime_error("spawn failed");
-    }
-    posix_spawn_file_actions_destroy(&actions);
-    ::close(in[0]);
-    ::close(out[1]);
-    in_ = in[1];
-    out_ = out[0];
+    auto inherited = currentEnvironment();
+    std::erase_if(inherited,
+                  [](const std::string& entry) { return entry.starts_with("BRINDLEMAR_"); });
+    auto process = ChildProcess::spawn({.arguments = {binary},
+                                        .environment = environmentWith(inherited, environment),
+                                        .standardInput = ChildStream::Pipe,
+                                        .standardOutput = ChildStream::Pipe});
+    if (!process) throw std::runtime_error(process.error().message);
+    process_ = std::move(process).value();
+    in_ = process_->takeInput();
+    out_ = process_->takeOutput();
 }
 
 Child::~Child() {
-    closeInput();
-    ::close(out_);
-    ::waitpid(pid_, nullptr, 0);
-}
-
-void Child::closeInput() {
-    if (in_ >= 0) ::close(in_);
-    in_ = -1;
+    // The helper ends at the end of its input; output nobody reads must not hold it up.
+    in_.reset();
+    out_.reset();
+    process_->wait();
 }
 
 void Child::writeAll(const std::string& bytes) {
     std::size_t done = 0;
     while (done < bytes.size()) {
-        ssize_t n = ::write(in_, bytes.data() + done, bytes.size() - done);
+        ssize_t n = ::write(in_.get(), bytes.data() + done, bytes.size() - done);
         if (n < 0 && errno == EINTR) continue;
         if (n < 0) throw std::runtime_error("write failed");
         done += static_cast<std::size_t>(n);
@@ -75,7 +49,7 @@ bool Child::fill() {
     }
     ssize_t n;
     do {
-        n = ::read(out_, buffer_.data() + end_, buffer_.size() - end_);
+        n = ::read(out_.get(), buffer_.data() + end_, buffer_.size() - end_);
     } while (n < 0 && errno == EINTR);
     if (n <= 0) return false;
     end_ += static_cast<std::size_t>(n);

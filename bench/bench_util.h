@@ -6,8 +6,11 @@
 #include <chrono>
 #include <cstddef>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include "base/child_process.h"
 
 namespace brindlemar::bench {
 
@@ -24,7 +27,8 @@ inline double secondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-// The helper binary as a child with pipes on stdin and stdout (stderr inherited).
+// The helper binary as a child with pipes on stdin and stdout (stderr inherited), in the
+// benchmark's environment without its BRINDLEMAR_ settings, plus `environment`.
 class Child {
   public:
     Child(const std::string& binary, const std::map<std::string, std::string>& environment);
@@ -37,14 +41,15 @@ class Child {
     std::string readLine();
     // Reads exactly n bytes.
     void readExactly(std::size_t n, std::vector<char>& into);
-    void closeInput();
-    int in() const { return in_; }
+    void closeInput() { in_.reset(); }
+    int in() const { return in_.get(); }
+    pid_t pid() const { return process_->pid(); }
 
   private:
     bool fill();
-    pid_t pid_ = -1;
-    int in_ = -1;
-    int out_ = -1;
+    std::unique_ptr<ChildProcess> process_;
+    UniqueFd in_;
+    UniqueFd out_;
     std::vector<char> buffer_;
     std::size_t begin_ = 0, end_ = 0;
 };

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -95,8 +96,7 @@ int main() {
            [&] { sim::renderPicture(picture, image); });
 
     std::string dir = "/tmp/brindlemar-sim-bench-" + std::to_string(::getpid());
-    std::string mkdir = "mkdir -p " + dir;
-    if (std::system(mkdir.c_str()) != 0) return 1;
+    std::filesystem::create_directories(dir);
     std::ofstream(dir + "/scene.json") << benchScene().dump();
     auto desktop =
         sim::createSimDesktop({dir + "/scene.json", dir + "/control.sock", std::nullopt});
@@ -123,6 +123,6 @@ int main() {
     report("control round trip: merge (20 windows)", 500, [&] { roundTrip(fd, merge, buffer); });
     ::close(fd);
     desktop->reset();
-    std::string cleanup = "rm -rf " + dir;
-    return std::system(cleanup.c_str()) == 0 ? 0 : 1;
+    std::filesystem::remove_all(dir);
+    return 0;
 }

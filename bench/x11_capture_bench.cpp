@@ -2,7 +2,6 @@
 // "grab_display" PNG at the default budget and "grab_display_pixels", against ffmpeg's x11grab
 // writing PNG files of the same screen.
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -20,6 +19,9 @@
 
 namespace {
 
+using brindlemar::ChildExit;
+using brindlemar::ChildProcess;
+using brindlemar::currentEnvironment;
 using brindlemar::bench::Child;
 using brindlemar::bench::percentile;
 using brindlemar::bench::secondsSince;
@@ -60,12 +62,25 @@ Figures measure(Child& helper, const std::string& request) {
 
 // Wall time of one ffmpeg x11grab run writing `frames` PNG files.
 double ffmpegSeconds(const std::string& display, int frames, const std::string& directory) {
-    std::string command =
-        "ffmpeg -loglevel error -y -f x11grab -framerate 1000 -video_size "
-        "1920x1080 -i " +
-        display + " -frames:v " + std::to_string(frames) + " " + directory + "/frame%04d.png";
+    const std::vector<std::string> arguments = {"ffmpeg",
+                                                "-loglevel",
+                                                "error",
+                                                "-y",
+                                                "-f",
+                                                "x11grab",
+                                                "-framerate",
+                                                "1000",
+                                                "-video_size",
+                                                "1920x1080",
+                                                "-i",
+                                                display,
+                                                "-frames:v",
+                                                std::to_string(frames),
+                                                directory + "/frame%04d.png"};
     auto start = Clock::now();
-    if (std::system(command.c_str()) != 0) throw std::runtime_error("ffmpeg failed");
+    auto ffmpeg = ChildProcess::spawn(
+        {.arguments = arguments, .environment = currentEnvironment(), .searchPath = true});
+    if (!ffmpeg || (*ffmpeg)->wait() != ChildExit{}) throw std::runtime_error("ffmpeg failed");
     return secondsSince(start);
 }
 

@@ -2,7 +2,6 @@
 // helper until an X client (a plain xcb window) receives the event, and the same action done
 // by spawning xdotool, in one run.
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -21,6 +20,8 @@
 namespace {
 
 using namespace std::chrono_literals;
+using brindlemar::ChildProcess;
+using brindlemar::currentEnvironment;
 using brindlemar::bench::Child;
 using brindlemar::bench::percentile;
 using brindlemar::testing::ProbeWindow;
@@ -97,16 +98,10 @@ Figures helperKeys(Child& helper, ProbeWindow& probe) {
 }
 
 void runAndReap(const std::vector<std::string>& arguments) {
-    std::vector<char*> argv;
-    for (const auto& argument : arguments)
-        argv.push_back(const_cast<char*>(argument.c_str()));
-    argv.push_back(nullptr);
-    const pid_t child = fork();
-    if (child == 0) {
-        execvp(argv[0], argv.data());
-        _exit(127);
-    }
-    waitpid(child, nullptr, 0);
+    auto child = ChildProcess::spawn(
+        {.arguments = arguments, .environment = currentEnvironment(), .searchPath = true});
+    if (!child) throw std::runtime_error(child.error().message);
+    (*child)->wait();
 }
 
 Figures xdotoolMoves(ProbeWindow& probe) {

@@ -2,8 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,7 +11,7 @@
 #include <fstream>
 #include <stdexcept>
 
-extern char** environ;
+#include "base/child_process.h"
 
 namespace brindlemar::testing {
 namespace {
@@ -29,10 +27,6 @@ int remainingMs(Clock::time_point deadline) {
 // environment so that every test states what it gives.
 bool isHelperVariable(std::string_view entry) {
     return entry.starts_with("BRINDLEMAR_") || entry.starts_with("PLOVEN_");
-}
-
-void makePipe(int fds[2]) {
-    if (::pipe2(fds, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
 }
 
 }  // namespace
@@ -61,11 +55,10 @@ HelperProcess::HelperProcess(HelperOptions options) {
     // Later settings replace earlier ones of the same name: the test's own environment first,
     // then what the options give.
     std::map<std::string, std::string> settings;
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        std::string_view text(*entry);
-        auto equals = text.find('=');
-        if (equals == std::string_view::npos || isHelperVariable(text)) continue;
-        settings[std::string(text.substr(0, equals))] = std::string(text.substr(equals + 1));
+    for (const auto& entry : currentEnvironment()) {
+        auto equals = entry.find('=');
+        if (equals == std::string::npos || isHelperVariable(entry)) continue;
+        settings[entry.substr(0, equals)] = entry.substr(equals + 1);
     }
     if (options.simBackend) settings["BRINDLEMAR_BACKEND"] = "sim";
     if (options.sceneJson) {
@@ -79,65 +72,38 @@ HelperProcess::HelperProcess(HelperOptions options) {
     }
     for (const auto& [key, value] : options.environment)
         settings[key] = value;
-    std::vector<std::string> env;
-    for (const auto& [key, value] : settings)
-        env.push_back(key + "=" + value);
 
-    std::vector<std::string> args{helperBinary()};
-    args.insert(args.end(), options.arguments.begin(), options.arguments.end());
-
-    int in[2], out[2], err[2];
-    makePipe(in);
-    makePipe(out);
-    makePipe(err);
-
-    std::vector<char*> argv, envp;
-    for (auto& a : args)
-        argv.push_back(a.data());
-    argv.push_back(nullptr);
-    for (auto& e : env)
-        envp.push_back(e.data());
-    envp.push_back(nullptr);
-
-    pid_ = ::fork();
-    if (pid_ < 0) throw std::runtime_error("fork failed");
-    if (pid_ == 0) {
-        ::dup2(in[0], STDIN_FILENO);
-        ::dup2(out[1], STDOUT_FILENO);
-        ::dup2(err[1], STDERR_FILENO);
-        for (int fd : options.inheritedFds)
-            ::fcntl(fd, F_SETFD, 0);
-        ::chdir(workDir_.c_str());
-        ::execve(argv[0], argv.data(), envp.data());
-        ::_exit(127);
-    }
-    ::close(in[0]);
-    ::close(out[1]);
-    ::close(err[1]);
-    stdin_ = in[1];
-    stdout_ = out[0];
-    stderr_ = err[0];
-    ::fcntl(stdout_, F_SETFL, O_NONBLOCK);
-    ::fcntl(stderr_, F_SETFL, O_NONBLOCK);
+    std::vector<std::string> arguments{helperBinary()};
+    arguments.insert(arguments.end(), options.arguments.begin(), options.arguments.end());
+    auto child = ChildProcess::spawn({.arguments = std::move(arguments),
+                                      .environment = environmentWith({}, settings),
+                                      .standardInput = ChildStream::Pipe,
+                                      .standardOutput = ChildStream::Pipe,
+                                      .standardError = ChildStream::Pipe,
+                                      .inheritedFds = options.inheritedFds,
+                                      .workingDirectory = workDir_});
+    if (!child) throw std::runtime_error(child.error().message);
+    child_ = std::move(child).value();
+    ::fcntl(child_->outputFd(), F_SETFL, O_NONBLOCK);
+    ::fcntl(child_->errorFd(), F_SETFL, O_NONBLOCK);
 }
 
 HelperProcess::~HelperProcess() {
     closeInput();
-    if (!reaped_ && pid_ > 0) {
-        if (wait(3s) < 0) {
-            ::kill(pid_, SIGKILL);
-            ::waitpid(pid_, nullptr, 0);
-        }
-    }
-    if (stdout_ >= 0) ::close(stdout_);
-    if (stderr_ >= 0) ::close(stderr_);
+    // A helper that does not end on its own within the time is killed as the child goes away.
+    wait(3s);
+    child_.reset();
     std::error_code ignored;
     std::filesystem::remove_all(workDir_, ignored);
 }
 
+pid_t HelperProcess::pid() const {
+    return child_->pid();
+}
+
 void HelperProcess::write(std::string_view bytes) {
     while (!bytes.empty()) {
-        ssize_t n = ::write(stdin_, bytes.data(), bytes.size());
+        ssize_t n = ::write(child_->inputFd(), bytes.data(), bytes.size());
         if (n < 0) {
             if (errno == EINTR) continue;
             throw std::runtime_error(std::string("write to helper failed: ") +
@@ -148,25 +114,22 @@ void HelperProcess::write(std::string_view bytes) {
 }
 
 void HelperProcess::closeInput() {
-    if (stdin_ >= 0) {
-        ::close(stdin_);
-        stdin_ = -1;
-    }
+    child_->closeInput();
 }
 
 bool HelperProcess::fillOutput(Clock::time_point deadline) {
     for (;;) {
-        pollfd fds[2] = {{stdout_, POLLIN, 0}, {stderr_, POLLIN, 0}};
+        pollfd fds[2] = {{child_->outputFd(), POLLIN, 0}, {child_->errorFd(), POLLIN, 0}};
         int ready = ::poll(fds, 2, remainingMs(deadline));
         if (ready < 0 && errno == EINTR) continue;
         if (ready <= 0) return false;
         char chunk[65536];
         if (fds[1].revents != 0) {
-            ssize_t n = ::read(stderr_, chunk, sizeof chunk);
+            ssize_t n = ::read(child_->errorFd(), chunk, sizeof chunk);
             if (n > 0) errBuffer_.append(chunk, static_cast<std::size_t>(n));
         }
         if (fds[0].revents != 0) {
-            ssize_t n = ::read(stdout_, chunk, sizeof chunk);
+            ssize_t n = ::read(child_->outputFd(), chunk, sizeof chunk);
             if (n > 0) {
                 outBuffer_.append(chunk, static_cast<std::size_t>(n));
                 return true;
@@ -255,16 +218,9 @@ std::string HelperProcess::drainOutput(std::chrono::milliseconds timeout) {
 }
 
 int HelperProcess::wait(std::chrono::milliseconds timeout) {
-    if (reaped_) return exitStatus_;
     auto deadline = Clock::now() + timeout;
     for (;;) {
-        int status = 0;
-        pid_t done = ::waitpid(pid_, &status, WNOHANG);
-        if (done == pid_) {
-            reaped_ = true;
-            exitStatus_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-            return exitStatus_;
-        }
+        if (auto ended = child_->poll()) return ended->shellStatus();
         if (Clock::now() >= deadline) return -1;
         // Keep the pipes flowing so that a helper writing much output can finish.
         fillOutput(Clock::now() + 10ms);
@@ -274,7 +230,7 @@ int HelperProcess::wait(std::chrono::milliseconds timeout) {
 std::string HelperProcess::standardError() {
     char chunk[65536];
     for (;;) {
-        ssize_t n = ::read(stderr_, chunk, sizeof chunk);
+        ssize_t n = ::read(child_->errorFd(), chunk, sizeof chunk);
         if (n <= 0) break;
         errBuffer_.append(chunk, static_cast<std::size_t>(n));
     }

@@ -5,12 +5,17 @@
 #include <chrono>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include <nlohmann/json.hpp>
+
+namespace brindlemar {
+class ChildProcess;
+}
 
 namespace brindlemar::testing {
 
@@ -68,7 +73,7 @@ class HelperProcess {
     // All bytes left on standard output until it closes.
     std::string drainOutput(std::chrono::milliseconds timeout = 5s);
 
-    pid_t pid() const { return pid_; }
+    pid_t pid() const;
     const std::string& scenePath() const { return scenePath_; }
     const std::string& workDirectory() const { return workDir_; }
     // Paths of the control socket and journal when `simControl` was asked for.
@@ -79,17 +84,12 @@ class HelperProcess {
     bool fillOutput(std::chrono::steady_clock::time_point deadline);
     std::optional<Record> parseBuffered();
 
-    pid_t pid_ = -1;
-    int stdin_ = -1;
-    int stdout_ = -1;
-    int stderr_ = -1;
+    std::unique_ptr<ChildProcess> child_;
     std::string outBuffer_;
     std::string errBuffer_;
     std::vector<Record> pending_;
     std::string workDir_;
     std::string scenePath_;
-    int exitStatus_ = -1;
-    bool reaped_ = false;
 };
 
 // Path of the helper binary under test.

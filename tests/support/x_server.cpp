@@ -3,8 +3,6 @@
 #include <fcntl.h>
 #include <openssl/evp.h>
 #include <poll.h>
-#include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <xcb/xcb.h>
 
@@ -21,7 +19,7 @@
 
 #include <nlohmann/json.hpp>
 
-extern char** environ;
+#include "base/child_process.h"
 
 namespace brindlemar::testing {
 namespace {
@@ -32,49 +30,6 @@ int remainingMs(SteadyClock::time_point deadline) {
     auto left =
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - SteadyClock::now());
     return left.count() < 0 ? 0 : static_cast<int>(left.count());
-}
-
-std::vector<std::string> mergedEnvironment(const std::map<std::string, std::string>& overrides) {
-    std::vector<std::string> result;
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        std::string_view text(*entry);
-        auto key = text.substr(0, text.find('='));
-        if (!overrides.contains(std::string(key))) result.emplace_back(text);
-    }
-    for (const auto& [key, value] : overrides)
-        result.push_back(key + "=" + value);
-    return result;
-}
-
-std::vector<char*> pointers(std::vector<std::string>& strings) {
-    std::vector<char*> result;
-    for (auto& text : strings)
-        result.push_back(text.data());
-    result.push_back(nullptr);
-    return result;
-}
-
-// Forks and execs; `keepFd` stays open in the child (e.g. Xvfb's -displayfd pipe).
-pid_t spawnProcess(const std::vector<std::string>& arguments,
-                   const std::map<std::string, std::string>& environment, int stdinFd, int stdoutFd,
-                   int keepFd) {
-    auto args = arguments;
-    auto env = mergedEnvironment(environment);
-    auto argv = pointers(args);
-    auto envp = pointers(env);
-    pid_t pid = ::fork();
-    if (pid < 0) throw std::runtime_error("fork failed");
-    if (pid == 0) {
-        // Own process group, so a terminal's signals reach the test and not its fixtures.
-        ::setpgid(0, 0);
-        if (stdinFd >= 0) ::dup2(stdinFd, STDIN_FILENO);
-        if (stdoutFd >= 0) ::dup2(stdoutFd, STDOUT_FILENO);
-        if (keepFd >= 0) ::fcntl(keepFd, F_SETFD, 0);
-        ::execvpe(argv[0], argv.data(), envp.data());
-        std::fprintf(stderr, "cannot run %s: %s\n", argv[0], std::strerror(errno));
-        ::_exit(127);
-    }
-    return pid;
 }
 
 // Polls the server until the window manager has announced itself on the root window.
@@ -113,41 +68,45 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments,
 ChildProcess::ChildProcess(const std::vector<std::string>& arguments,
                            const std::map<std::string, std::string>& environment, bool pipes,
                            int keepFd) {
-    int in[2] = {-1, -1};
-    int out[2] = {-1, -1};
-    if (pipes && (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0)) {
-        throw std::runtime_error("pipe failed");
-    }
-    pid_ = spawnProcess(arguments, environment, in[0], out[1], keepFd);
-    if (pipes) {
-        ::close(in[0]);
-        ::close(out[1]);
-        stdin_ = in[1];
-        stdout_ = out[0];
-    }
+    const ChildStream stream = pipes ? ChildStream::Pipe : ChildStream::Inherit;
+    ChildSpec spec{.arguments = arguments,
+                   .environment = environmentWith(currentEnvironment(), environment),
+                   .searchPath = true,
+                   .standardInput = stream,
+                   .standardOutput = stream,
+                   // Own process group, so a terminal's signals reach the test and not its
+                   // fixtures.
+                   .ownProcessGroup = true};
+    if (keepFd >= 0) spec.inheritedFds.push_back(keepFd);
+    auto process = brindlemar::ChildProcess::spawn(spec);
+    if (!process) throw std::runtime_error(process.error().message);
+    process_ = std::move(process).value();
 }
 
 ChildProcess::~ChildProcess() {
     stop();
-    if (stdin_ >= 0) ::close(stdin_);
-    if (stdout_ >= 0) ::close(stdout_);
+}
+
+pid_t ChildProcess::pid() const {
+    return process_->pid();
 }
 
 std::optional<std::string> ChildProcess::readLine(std::chrono::milliseconds timeout) {
     auto deadline = SteadyClock::now() + timeout;
+    const int output = process_->outputFd();
     while (true) {
         if (auto end = buffer_.find('\n'); end != std::string::npos) {
             std::string line = buffer_.substr(0, end);
             buffer_.erase(0, end + 1);
             return line;
         }
-        if (stdout_ < 0) return std::nullopt;
-        pollfd entry{stdout_, POLLIN, 0};
+        if (output < 0) return std::nullopt;
+        pollfd entry{output, POLLIN, 0};
         int ready = ::poll(&entry, 1, remainingMs(deadline));
         if (ready < 0 && errno == EINTR) continue;
         if (ready <= 0) return std::nullopt;
         char chunk[4096];
-        ssize_t count = ::read(stdout_, chunk, sizeof chunk);
+        ssize_t count = ::read(output, chunk, sizeof chunk);
         if (count < 0 && errno == EINTR) continue;
         if (count <= 0) return std::nullopt;
         buffer_.append(chunk, static_cast<std::size_t>(count));
@@ -155,11 +114,12 @@ std::optional<std::string> ChildProcess::readLine(std::chrono::milliseconds time
 }
 
 void ChildProcess::writeLine(std::string_view line) {
-    if (stdin_ < 0) return;
+    const int input = process_->inputFd();
+    if (input < 0) return;
     std::string text = std::string(line) + "\n";
     std::size_t done = 0;
     while (done < text.size()) {
-        ssize_t count = ::write(stdin_, text.data() + done, text.size() - done);
+        ssize_t count = ::write(input, text.data() + done, text.size() - done);
         if (count < 0 && errno == EINTR) continue;
         if (count <= 0) return;
         done += static_cast<std::size_t>(count);
@@ -167,29 +127,15 @@ void ChildProcess::writeLine(std::string_view line) {
 }
 
 bool ChildProcess::running() {
-    if (reaped_ || pid_ <= 0) return false;
-    int status = 0;
-    if (::waitpid(pid_, &status, WNOHANG) == pid_) reaped_ = true;
-    return !reaped_;
+    return !process_->poll();
 }
 
 void ChildProcess::stop() {
-    if (!running()) return;
-    ::kill(pid_, SIGTERM);
-    auto deadline = SteadyClock::now() + 2s;
-    while (SteadyClock::now() < deadline) {
-        if (!running()) return;
-        std::this_thread::sleep_for(10ms);
-    }
-    kill();
+    process_->terminate(2s);
 }
 
 void ChildProcess::kill() {
-    if (!running()) return;
-    ::kill(pid_, SIGKILL);
-    int status = 0;
-    ::waitpid(pid_, &status, 0);
-    reaped_ = true;
+    process_->kill();
 }
 
 XServer::XServer() : XServer(Options{}) {}

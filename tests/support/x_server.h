@@ -11,12 +11,17 @@
 #include <string_view>
 #include <vector>
 
+namespace brindlemar {
+class ChildProcess;
+}
+
 namespace brindlemar::testing {
 
 using namespace std::chrono_literals;
 
-// A program started by a test, with its standard input and output on pipes when asked. It is
-// terminated (SIGTERM, then SIGKILL) and reaped when the object goes away.
+// A program started by a test (looked up on PATH, in the test's environment with the given
+// settings, in a process group of its own), with its standard input and output on pipes when
+// asked. It is terminated (SIGTERM, then SIGKILL) and reaped when the object goes away.
 class ChildProcess {
   public:
     ChildProcess(const std::vector<std::string>& arguments,
@@ -25,7 +30,7 @@ class ChildProcess {
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    pid_t pid() const { return pid_; }
+    pid_t pid() const;
     // One line of standard output without its line feed; none on timeout or end of output.
     std::optional<std::string> readLine(std::chrono::milliseconds timeout = 10s);
     // Writes one line to standard input.
@@ -42,11 +47,8 @@ class ChildProcess {
     ChildProcess(const std::vector<std::string>& arguments,
                  const std::map<std::string, std::string>& environment, bool pipes, int keepFd);
 
-    pid_t pid_ = -1;
-    int stdin_ = -1;
-    int stdout_ = -1;
+    std::unique_ptr<brindlemar::ChildProcess> process_;
     std::string buffer_;
-    bool reaped_ = false;
 };
 
 // A private X server (Xvfb) with the openbox window manager, for one test binary. Each instance

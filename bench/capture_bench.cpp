@@ -52,7 +52,8 @@ class BenchDesktop final : public platform::Desktop,
                            platform::WindowList,
                            platform::EventPoster,
                            platform::Accessibility,
-                           platform::Pasteboards {
+                           platform::Pasteboards,
+                           platform::UserSession {
   public:
     explicit BenchDesktop(const PixelBuffer& full) : full_(full) {}
 
@@ -66,6 +67,7 @@ class BenchDesktop final : public platform::Desktop,
     platform::EventPoster& events() override { return *this; }
     platform::Accessibility& accessibility() override { return *this; }
     platform::Pasteboards& pasteboards() override { return *this; }
+    platform::UserSession& session() override { return *this; }
 
     Expected<platform::ShareableContent> shareableContent() override {
         platform::ShareableContent content;
@@ -99,8 +101,11 @@ class BenchDesktop final : public platform::Desktop,
     std::unique_ptr<platform::RunningCode> codeForProcess(std::int32_t) override { return {}; }
     std::optional<double> launchTime(std::int32_t) override { return std::nullopt; }
     bool activateApplication(std::int32_t) override { return false; }
+    std::optional<std::int32_t> frontmostApplication() override { return std::nullopt; }
     std::optional<platform::WindowListEntry> describeWindow(std::uint32_t) override { return {}; }
+    std::vector<platform::WindowListEntry> onScreenWindows() override { return {}; }
     platform::Rect displayBounds(std::uint32_t) override { return {}; }
+    bool displayIsActive(std::uint32_t) override { return true; }
     std::uint32_t mainDisplayId() override { return 1; }
     Status post(const platform::SyntheticEvent&, platform::EventTarget) override {
         return Error{"bench", 1, "none"};
@@ -110,9 +115,26 @@ class BenchDesktop final : public platform::Desktop,
                                                        std::string_view) override {
         return Error{"bench", 1, "none"};
     }
+    Expected<std::vector<std::string>> copyActionNames(const platform::AXElement&) override {
+        return Error{"bench", 1, "none"};
+    }
     Status performAction(const platform::AXElement&, std::string_view) override {
         return Error{"bench", 1, "none"};
     }
+    Expected<bool> isAttributeSettable(const platform::AXElement&, std::string_view) override {
+        return Error{"bench", 1, "none"};
+    }
+    Status setAttributeValue(const platform::AXElement&, std::string_view,
+                             std::string_view) override {
+        return Error{"bench", 1, "none"};
+    }
+    bool equal(const platform::AXElement& a, const platform::AXElement& b) override {
+        return a == b;
+    }
+    void setMessagingTimeout(const platform::AXElement&, double) override {}
+    std::optional<platform::SessionDictionary> currentSession() override { return {}; }
+    std::uint64_t heldModifierFlags() override { return 0; }
+    bool isMouseButtonHeld(int) override { return false; }
     std::int64_t dragPasteboardChangeCount() override { return 0; }
 
   private:

@@ -21,7 +21,9 @@ std::ptrdiff_t decodeAt(std::string_view text, std::size_t pos, utf8proc_int32_t
     return length;
 }
 
-std::string formatNumber(double value) {
+}  // namespace
+
+std::string numberText(double value) {
     if (std::isfinite(value) && value == std::trunc(value) && std::fabs(value) < 1e15) {
         return std::to_string(static_cast<long long>(value));
     }
@@ -30,7 +32,32 @@ std::string formatNumber(double value) {
     return std::string(buffer.data(), result.ptr);
 }
 
-}  // namespace
+std::string lowercased(std::string_view text) {
+    std::string result;
+    result.reserve(text.size());
+    std::size_t pos = 0;
+    while (pos < text.size()) {
+        utf8proc_int32_t codepoint = 0;
+        std::ptrdiff_t length = decodeAt(text, pos, codepoint);
+        if (codepoint < 0) {
+            result.push_back(text[pos]);
+        } else if (codepoint < 0x80) {
+            char c = static_cast<char>(codepoint);
+            result.push_back(c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c);
+        } else {
+            utf8proc_uint8_t encoded[4];
+            auto size = utf8proc_encode_char(utf8proc_tolower(codepoint), encoded);
+            result.append(reinterpret_cast<const char*>(encoded), static_cast<std::size_t>(size));
+        }
+        pos += static_cast<std::size_t>(length);
+    }
+    return result;
+}
+
+bool hasMoreCharactersThan(std::string_view text, std::size_t maxCharacters) {
+    if (text.size() <= maxCharacters) return false;
+    return keepCharacters(text, maxCharacters).size() < text.size();
+}
 
 std::string keepCharacters(std::string_view text, std::size_t maxCharacters) {
     if (maxCharacters == 0) return {};
@@ -80,7 +107,7 @@ std::string valueText(const nlohmann::json* value) {
         case nlohmann::json::value_t::number_unsigned:
             return std::to_string(value->get<std::uint64_t>());
         case nlohmann::json::value_t::number_float:
-            return formatNumber(value->get<double>());
+            return numberText(value->get<double>());
         default:
             return value->dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
     }

@@ -26,6 +26,16 @@ std::string boundedText(std::string_view text, std::size_t maxCharacters);
 // absent value (null pointer) as the empty string, anything else as its compact JSON.
 std::string valueText(const nlohmann::json* value);
 
+// A number in its ordinary decimal form: whole numbers without a fraction ("42"), others as the
+// shortest text that reads back to the same double ("0.25").
+std::string numberText(double value);
+
+// The text with every code point in its lower-case form; bytes that are not valid UTF-8 stay.
+std::string lowercased(std::string_view text);
+
+// Whether the text holds more than `maxCharacters` user-perceived characters.
+bool hasMoreCharactersThan(std::string_view text, std::size_t maxCharacters);
+
 // Shortest decimal text that reads back to the same double, with at least one digit after the
 // decimal point ("1700000000.0", "1731781234.5").
 std::string decimalWithFraction(double value);

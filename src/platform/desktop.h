@@ -7,6 +7,7 @@
 #include "platform/pasteboards.h"
 #include "platform/permissions.h"
 #include "platform/screenshots.h"
+#include "platform/session.h"
 #include "platform/synthetic_events.h"
 #include "platform/window_list.h"
 #include "platform/workspace.h"
@@ -30,6 +31,7 @@ class Desktop {
     virtual EventPoster& events() = 0;
     virtual Accessibility& accessibility() = 0;
     virtual Pasteboards& pasteboards() = 0;
+    virtual UserSession& session() = 0;
 };
 
 }  // namespace brindlemar::platform

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "platform/geometry.h"
 
@@ -13,6 +15,8 @@ struct WindowListEntry {
     std::optional<std::uint32_t> number;
     std::optional<Rect> bounds;  // global coordinates, points
     std::optional<std::int32_t> ownerPid;
+    std::optional<std::int64_t> layer;  // 0: normal application window
+    std::optional<std::string> name;    // the window's title
 };
 
 // The window server's view: every window, on screen or not, and the display geometry in the
@@ -22,8 +26,12 @@ class WindowList {
     virtual ~WindowList() = default;
     // The first description of the list asked for that window alone; absent for an empty list.
     virtual std::optional<WindowListEntry> describeWindow(std::uint32_t id) = 0;
+    // The descriptions of the windows on screen, front to back.
+    virtual std::vector<WindowListEntry> onScreenWindows() = 0;
     // Bounds of the display; a zero rectangle for an unknown or inactive display.
     virtual Rect displayBounds(std::uint32_t displayId) = 0;
+    // Whether the display exists and is active (drawable, not asleep or mirrored away).
+    virtual bool displayIsActive(std::uint32_t displayId) = 0;
     virtual std::uint32_t mainDisplayId() = 0;
 };
 

@@ -15,6 +15,9 @@ class Workspace {
     // Activates the running application with that pid with no options; false when there is no
     // such application.
     virtual bool activateApplication(std::int32_t pid) = 0;
+    // The pid of the application in front (the one that receives keyboard input); absent when
+    // there is none.
+    virtual std::optional<std::int32_t> frontmostApplication() = 0;
 };
 
 }  // namespace brindlemar::platform

@@ -171,5 +171,95 @@ TEST_F(SimAccessibilityTest, IdentitiesByRefSurviveASceneChange) {
     EXPECT_EQ(ax.performAction(slider, "AXPress").error().code, -25202);
 }
 
+TEST_F(SimAccessibilityTest, ActionNamesSettableQueryAndEquality) {
+    auto editor = ax.applicationElement(501);
+    auto window = list(editor, "AXWindows")[0];
+    auto children = list(window, "AXChildren");
+    EXPECT_EQ(*ax.copyActionNames(children[1]),
+              (std::vector<std::string>{"AXPress", "AXShowMenu"}));
+    EXPECT_EQ(*ax.copyActionNames(window), (std::vector<std::string>{"AXRaise"}));
+    EXPECT_TRUE(ax.copyActionNames(editor)->empty());
+    EXPECT_EQ(ax.copyActionNames(ax.applicationElement(600)).error().code, -25204);
+
+    EXPECT_FALSE(*ax.isAttributeSettable(children[0], "AXValue"));  // the default
+    EXPECT_FALSE(*ax.isAttributeSettable(children[0], "AXTitle"));
+
+    // Two handles of one element are equal even once the first copies are gone.
+    EXPECT_TRUE(ax.equal(window, one(editor, "AXFocusedWindow")));
+    EXPECT_FALSE(ax.equal(window, children[0]));
+    EXPECT_FALSE(ax.equal(editor, ax.applicationElement(700)));
+    const AXElement& sameAgain = one(children[0], "AXParent");
+    EXPECT_TRUE(ax.equal(sameAgain, window));
+}
+
+TEST(SimAccessibilityEffects, SettingAValueIsJournalledAndChangesTheNode) {
+    SimDesktopFixture sim(R"({
+      "apps": [{"pid": 501}],
+      "windows": [{"id": 7, "pid": 501, "frame": [0, 0, 100, 100], "ax": {"children": [
+        {"ref": "field", "role": "AXTextField", "value": "old", "settable": true},
+        {"ref": "stuck", "role": "AXTextField", "value": "x", "settable": true, "set_fails": true},
+        {"ref": "odd", "role": "AXTextArea", "settable": "error", "size": [-5, 20]}]}}]
+    })");
+    auto& ax = sim.desktop().accessibility();
+    auto window = std::get<std::vector<AXElement>>(
+        *ax.copyAttribute(ax.applicationElement(501), "AXWindows"))[0];
+    auto children = std::get<std::vector<AXElement>>(*ax.copyAttribute(window, "AXChildren"));
+    EXPECT_TRUE(*ax.isAttributeSettable(children[0], "AXValue"));
+    EXPECT_EQ(ax.isAttributeSettable(children[2], "AXValue").error().code, -25204);
+    EXPECT_EQ(*ax.copyAttribute(children[2], "AXSize"), sizeValue(-5, 20));
+
+    EXPECT_TRUE(ax.setAttributeValue(children[0], "AXValue", "new text").ok());
+    EXPECT_EQ(*ax.copyAttribute(children[0], "AXValue"), AXAttributeValue{std::string("new text")});
+    EXPECT_EQ(ax.setAttributeValue(children[1], "AXValue", "y").error().code, -25200);
+    EXPECT_EQ(*ax.copyAttribute(children[1], "AXValue"), AXAttributeValue{std::string("x")});
+    auto entry = [](const char* ref, const char* value, bool ok) {
+        return Json{{"effect", "ax_set_value"}, {"ref", ref}, {"value", value}, {"ok", ok}};
+    };
+    EXPECT_EQ(sim.control().journal(),
+              Json::array({entry("field", "new text", true), entry("stuck", "y", false)}));
+    EXPECT_EQ(sim.control().state()["windows"][0]["ax"]["children"][0]["value"], "new text");
+}
+
+TEST(SimSessionAndWorkspace, SessionUserFrontmostAndOnScreenWindows) {
+    SimDesktopFixture sim(R"({
+      "session": {"locked": true, "on_console": false},
+      "user": {"flags": 131072, "buttons": [1]},
+      "displays": [{"id": 1, "frame": [0, 0, 100, 100]},
+                   {"id": 2, "frame": [100, 0, 100, 100], "active": false}],
+      "apps": [{"pid": 501, "activates": false}, {"pid": 502}],
+      "frontmost": 404,
+      "windows": [{"id": 7, "pid": 501, "title": "A", "frame": [0, 0, 10, 10], "layer": 3},
+                  {"id": 8, "pid": 502, "frame": [0, 0, 10, 10], "on_screen": false},
+                  {"id": 9, "frame": [5, 5, 10, 10]}]
+    })");
+    auto& desktop = sim.desktop();
+    auto session = desktop.session().currentSession();
+    ASSERT_TRUE(session.has_value());
+    EXPECT_EQ(session->screenIsLocked, true);
+    EXPECT_EQ(session->onConsole, false);
+    EXPECT_EQ(desktop.session().heldModifierFlags(), 0x20000u);
+    EXPECT_TRUE(desktop.session().isMouseButtonHeld(1));
+    EXPECT_FALSE(desktop.session().isMouseButtonHeld(0));
+
+    EXPECT_EQ(desktop.workspace().frontmostApplication(), std::nullopt);  // 404 is no process
+    EXPECT_TRUE(desktop.workspace().activateApplication(501));
+    EXPECT_EQ(desktop.workspace().frontmostApplication(), std::nullopt);  // it stays behind
+    EXPECT_TRUE(desktop.workspace().activateApplication(502));
+    EXPECT_EQ(desktop.workspace().frontmostApplication(), 502);
+
+    auto windows = desktop.windowList().onScreenWindows();
+    ASSERT_EQ(windows.size(), 2u);
+    EXPECT_EQ(windows[0].number, 7u);
+    EXPECT_EQ(windows[0].layer, 3);
+    EXPECT_EQ(windows[0].name, "A");
+    EXPECT_EQ(windows[1].ownerPid, std::nullopt);
+    EXPECT_TRUE(desktop.windowList().displayIsActive(1));
+    EXPECT_FALSE(desktop.windowList().displayIsActive(2));
+    EXPECT_FALSE(desktop.windowList().displayIsActive(3));
+
+    sim.control().replaceScene(Json{{"session", nullptr}});
+    EXPECT_EQ(desktop.session().currentSession(), std::nullopt);
+}
+
 }  // namespace
 }  // namespace brindlemar::testing

@@ -57,6 +57,13 @@ std::optional<NodeLocation> locateNode(const Scene& scene, const NodeIdentity& i
     return NodeLocation{window, identity.path, node};
 }
 
+AxNode& changeableNode(Scene& scene, const NodeLocation& at) {
+    AxNode* node = &scene.findWindow(at.window->id)->ax;
+    for (std::size_t index : at.path)
+        node = &node->children[index];
+    return *node;
+}
+
 std::vector<const SceneWindow*> applicationWindows(const Scene& scene, const SceneApp& app) {
     std::vector<const SceneWindow*> windows;
     if (app.ax.windows) {

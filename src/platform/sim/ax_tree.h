@@ -34,6 +34,8 @@ struct NodeLocation {
 
 // Finds the node in the scene; absent when it is gone.
 std::optional<NodeLocation> locateNode(const Scene& scene, const NodeIdentity& identity);
+// The same node, changeable, in the scene `at` was found in.
+AxNode& changeableNode(Scene& scene, const NodeLocation& at);
 // Finds the node with that ref in any window.
 std::optional<NodeLocation> locateRef(const Scene& scene, const std::string& ref);
 // The windows of an application's accessibility window list, in order.

@@ -68,6 +68,7 @@ struct SceneApp {
     std::optional<std::string> bundle;
     std::optional<double> launched;
     std::optional<SceneSignature> signature;  // absent: no code object for the pid
+    bool activates = true;  // false: activating it is journalled but leaves it in the background
     SceneAppAx ax;
 };
 

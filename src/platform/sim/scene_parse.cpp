@@ -145,6 +145,7 @@ SceneApp readApp(const Json& v, const std::string& p) {
         app.launched = read::nullable<double>(x, xp, read::number);
     });
     ifPresent(v, p, "signature", [&](auto& x, auto& xp) { app.signature = readSignature(x, xp); });
+    ifPresent(v, p, "activates", [&](auto& x, auto& xp) { app.activates = read::boolean(x, xp); });
     ifPresent(v, p, "ax", [&](auto& x, auto& xp) { app.ax = readAppAx(x, xp); });
     return app;
 }
@@ -219,8 +220,9 @@ AxNode readNode(const Json& v, const std::string& p, const SceneWindow* rootOf) 
     ifPresent(v, p, "position", [&](auto& x, auto& xp) {
         node.position = read::nullable<Point>(x, xp, read::point);
     });
-    ifPresent(v, p, "size",
-              [&](auto& x, auto& xp) { node.size = read::nullable<Size>(x, xp, read::size); });
+    ifPresent(v, p, "size", [&](auto& x, auto& xp) {
+        node.size = read::nullable<Size>(x, xp, read::reportedSize);
+    });
     ifPresent(v, p, "actions", [&](auto& x, auto& xp) { node.actions = read::strings(x, xp); });
     ifPresent(v, p, "fail_actions",
               [&](auto& x, auto& xp) { node.failActions = read::strings(x, xp); });

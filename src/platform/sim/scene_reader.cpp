@@ -121,4 +121,9 @@ Size size(const Json& value, const std::string& path) {
     return Size{v[0], v[1]};
 }
 
+Size reportedSize(const Json& value, const std::string& path) {
+    auto v = numbers(value, path, 2);
+    return Size{v[0], v[1]};
+}
+
 }  // namespace brindlemar::platform::sim::read

@@ -43,6 +43,8 @@ Colour colour(const Json& value, const std::string& path);
 Rect rect(const Json& value, const std::string& path);    // [x, y, width, height], sizes >= 0
 Point point(const Json& value, const std::string& path);  // [x, y]
 Size size(const Json& value, const std::string& path);    // [width, height], both >= 0
+// [width, height] as an application may report it: any finite numbers, negative ones included.
+Size reportedSize(const Json& value, const std::string& path);
 
 template <class T, class Reader>
 std::optional<T> nullable(const Json& value, const std::string& path, Reader reader) {

@@ -45,6 +45,7 @@ Json appJson(const SceneApp& a) {
             {"bundle", orNull(a.bundle)},
             {"launched", orNull(a.launched)},
             {"signature", signatureJson(a.signature)},
+            {"activates", a.activates},
             {"ax",
              {{"windows", orNull(a.ax.windows)},
               {"focused_window", orNull(a.ax.focusedWindow)},

@@ -52,6 +52,40 @@ const SimElement* simElement(const AXElement& element) {
     return dynamic_cast<const SimElement*>(element.get());
 }
 
+nlohmann::json refJson(const AxNode& node) {
+    return node.ref ? nlohmann::json(*node.ref) : nlohmann::json(nullptr);
+}
+
+// The node an element stands for, or none for an application element (after checking that the
+// application answers); fails as the interface does without permission or for a gone node.
+Expected<std::optional<NodeLocation>> nodeOf(const Scene& scene, const SimElement& element) {
+    if (!scene.permissions.accessibility) {
+        return axError(ax_error::kAPIDisabled, "the process is not trusted for accessibility");
+    }
+    if (auto* app = std::get_if<SimElement::Application>(&element.target())) {
+        const SceneApp* found = scene.findApp(app->pid);
+        if (found == nullptr || found->ax.error) {
+            return axError(ax_error::kCannotComplete,
+                           "application " + std::to_string(app->pid) + " does not answer");
+        }
+        return std::optional<NodeLocation>{};
+    }
+    auto at = locateNode(scene, std::get<NodeIdentity>(element.target()));
+    if (!at) return axError(ax_error::kInvalidUIElement, "the element no longer exists");
+    return std::optional<NodeLocation>{*at};
+}
+
+// The node an element stands for, for an effect; `onApplication` gives the error for an
+// application element.
+template <class OnApplication>
+Expected<NodeLocation> changeableNodeOf(const Scene& scene, const SimElement& element,
+                                        OnApplication onApplication) {
+    auto at = nodeOf(scene, element);
+    if (!at) return at.error();
+    if (!*at) return onApplication();
+    return **at;
+}
+
 }  // namespace
 
 AXElement ElementRegistry::element(const SimElement::Target& target) {
@@ -80,26 +114,21 @@ Expected<AXAttributeValue> SimAccessibility::copyAttribute(const AXElement& elem
     const SimElement* sim = simElement(element);
     if (sim == nullptr) return axError(ax_error::kInvalidUIElement, "not an element");
     return store_.read([&](const Scene& scene) -> Expected<AXAttributeValue> {
-        if (!scene.permissions.accessibility) {
-            return axError(ax_error::kAPIDisabled, "the process is not trusted for accessibility");
+        auto at = nodeOf(scene, *sim);
+        if (!at) return at.error();
+        if (!*at) {
+            auto pid = std::get<SimElement::Application>(sim->target()).pid;
+            return applicationAttribute(scene, *scene.findApp(pid), attribute);
         }
-        if (auto* app = std::get_if<SimElement::Application>(&sim->target())) {
-            return applicationAttribute(scene, app->pid, attribute);
-        }
-        auto at = locateNode(scene, std::get<NodeIdentity>(sim->target()));
-        if (!at) return axError(ax_error::kInvalidUIElement, "the element no longer exists");
-        return nodeAttribute(*at, attribute);
+        return nodeAttribute(**at, attribute);
     });
 }
 
 Expected<AXAttributeValue> SimAccessibility::applicationAttribute(const Scene& scene,
-                                                                  std::int32_t pid,
+                                                                  const SceneApp& application,
                                                                   std::string_view attribute) {
-    const SceneApp* app = scene.findApp(pid);
-    if (app == nullptr || app->ax.error) {
-        return axError(ax_error::kCannotComplete,
-                       "application " + std::to_string(pid) + " does not answer");
-    }
+    const SceneApp* app = &application;
+    const std::int32_t pid = app->pid;
     if (attribute == "AXRole") return AXAttributeValue{std::string("AXApplication")};
     if (attribute == "AXTitle") return textOrNothing(app->name);
     if (attribute == "AXFrontmost") return AXAttributeValue{scene.frontmost == pid};
@@ -208,26 +237,78 @@ Status SimAccessibility::performAction(const AXElement& element, std::string_vie
     const SimElement* sim = simElement(element);
     if (sim == nullptr) return axError(ax_error::kInvalidUIElement, "not an element");
     return store_.write([&](Scene& scene, Journal& journal) -> Status {
-        if (!scene.permissions.accessibility) {
-            return axError(ax_error::kAPIDisabled, "the process is not trusted for accessibility");
-        }
-        auto* identity = std::get_if<NodeIdentity>(&sim->target());
-        if (identity == nullptr) {
+        auto at = changeableNodeOf(scene, *sim, [&] {
             return axError(ax_error::kActionUnsupported,
                            "action " + std::string(action) + " is not offered");
-        }
-        auto at = locateNode(scene, *identity);
-        if (!at) return axError(ax_error::kInvalidUIElement, "the element no longer exists");
+        });
+        if (!at) return at.error();
         Status result = actionResult(*at->node, action);
-        journal.record(effect("ax_action", {{"ref", at->node->ref ? nlohmann::json(*at->node->ref)
-                                                                  : nlohmann::json(nullptr)},
-                                            {"action", action},
-                                            {"ok", result.ok()}}));
+        journal.record(effect(
+            "ax_action", {{"ref", refJson(*at->node)}, {"action", action}, {"ok", result.ok()}}));
         if (result.ok() && action == "AXRaise" && at->path.empty()) {
             raiseWindow(scene, at->window->id);
         }
         return result;
     });
+}
+
+Expected<std::vector<std::string>> SimAccessibility::copyActionNames(const AXElement& element) {
+    const SimElement* sim = simElement(element);
+    if (sim == nullptr) return axError(ax_error::kInvalidUIElement, "not an element");
+    return store_.read([&](const Scene& scene) -> Expected<std::vector<std::string>> {
+        auto at = nodeOf(scene, *sim);
+        if (!at) return at.error();
+        if (!*at) return std::vector<std::string>{};  // an application offers no actions
+        return (*at)->node->actions;
+    });
+}
+
+Expected<bool> SimAccessibility::isAttributeSettable(const AXElement& element,
+                                                     std::string_view attribute) {
+    const SimElement* sim = simElement(element);
+    if (sim == nullptr) return axError(ax_error::kInvalidUIElement, "not an element");
+    return store_.read([&](const Scene& scene) -> Expected<bool> {
+        auto at = nodeOf(scene, *sim);
+        if (!at) return at.error();
+        if (!*at || attribute != "AXValue") return false;
+        switch ((*at)->node->settable) {
+            case Settable::Yes:
+                return true;
+            case Settable::No:
+                return false;
+            case Settable::Error:
+                break;
+        }
+        return axError(ax_error::kCannotComplete, "the settable query of AXValue failed");
+    });
+}
+
+Status SimAccessibility::setAttributeValue(const AXElement& element, std::string_view attribute,
+                                           std::string_view text) {
+    const SimElement* sim = simElement(element);
+    if (sim == nullptr) return axError(ax_error::kInvalidUIElement, "not an element");
+    return store_.write([&](Scene& scene, Journal& journal) -> Status {
+        auto at = changeableNodeOf(scene, *sim, [&] { return unsupported(attribute); });
+        if (!at) return at.error();
+        Status result = Status::success();
+        if (attribute != "AXValue") {
+            result = unsupported(attribute);
+        } else if (at->node->setFails) {
+            result = axError(ax_error::kFailure, "setting AXValue failed");
+        }
+        journal.record(effect("ax_set_value",
+                              {{"ref", refJson(*at->node)}, {"value", text}, {"ok", result.ok()}}));
+        if (result.ok()) changeableNode(scene, *at).value = std::string(text);
+        return result;
+    });
+}
+
+bool SimAccessibility::equal(const AXElement& a, const AXElement& b) {
+    if (a == b) return true;
+    const SimElement* first = simElement(a);
+    const SimElement* second = simElement(b);
+    if (first == nullptr || second == nullptr) return false;
+    return keyOf(first->target()) == keyOf(second->target());
 }
 
 }  // namespace brindlemar::platform::sim

@@ -11,17 +11,6 @@
 
 namespace brindlemar::platform::sim {
 
-// Error codes of the accessibility interface.
-namespace ax_error {
-inline constexpr std::int64_t kFailure = -25200;
-inline constexpr std::int64_t kInvalidUIElement = -25202;
-inline constexpr std::int64_t kCannotComplete = -25204;
-inline constexpr std::int64_t kAttributeUnsupported = -25205;
-inline constexpr std::int64_t kActionUnsupported = -25206;
-inline constexpr std::int64_t kAPIDisabled = -25211;
-inline constexpr std::int64_t kNoValue = -25212;
-}  // namespace ax_error
-
 // An element of the simulated desktop: an application by pid, or a node by its identity.
 class SimElement final : public AXElementHandle {
   public:
@@ -55,12 +44,23 @@ class SimAccessibility final : public Accessibility {
     AXElement applicationElement(std::int32_t pid) override;
     Expected<AXAttributeValue> copyAttribute(const AXElement& element,
                                              std::string_view attribute) override;
+    Expected<std::vector<std::string>> copyActionNames(const AXElement& element) override;
     // Journals "ax_action"; "AXRaise" on a window brings it to the front of the window list
     // and makes it its application's focused window.
     Status performAction(const AXElement& element, std::string_view action) override;
+    // "AXValue" answers the node's `settable` ("error" fails); every other attribute is not
+    // settable.
+    Expected<bool> isAttributeSettable(const AXElement& element,
+                                       std::string_view attribute) override;
+    // Journals "ax_set_value"; unless the node's `set_fails`, its value becomes the text.
+    Status setAttributeValue(const AXElement& element, std::string_view attribute,
+                             std::string_view text) override;
+    bool equal(const AXElement& a, const AXElement& b) override;
+    // The simulated applications answer at once; a time-out changes nothing.
+    void setMessagingTimeout(const AXElement&, double) override {}
 
   private:
-    Expected<AXAttributeValue> applicationAttribute(const Scene& scene, std::int32_t pid,
+    Expected<AXAttributeValue> applicationAttribute(const Scene& scene, const SceneApp& app,
                                                     std::string_view attribute);
     Expected<AXAttributeValue> nodeAttribute(const NodeLocation& at, std::string_view attribute);
     AXElement nodeElement(const SceneWindow& window, const std::vector<std::size_t>& path,

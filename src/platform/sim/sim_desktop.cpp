@@ -47,6 +47,7 @@ class SimDesktop final : public Desktop {
           events_(store_),
           accessibility_(store_),
           pasteboards_(store_),
+          session_(store_),
           operations_(store_, clock_) {}
 
     Status openJournal(const std::string& path) { return journal_.openFile(path); }
@@ -68,6 +69,7 @@ class SimDesktop final : public Desktop {
     EventPoster& events() override { return events_; }
     Accessibility& accessibility() override { return accessibility_; }
     Pasteboards& pasteboards() override { return pasteboards_; }
+    UserSession& session() override { return session_; }
 
   private:
     Journal journal_;
@@ -82,6 +84,7 @@ class SimDesktop final : public Desktop {
     SimEventPoster events_;
     SimAccessibility accessibility_;
     SimPasteboards pasteboards_;
+    SimUserSession session_;
     ControlOperations operations_;
     // Declared last: destroyed first, so no control request runs while the rest goes away.
     std::unique_ptr<ControlServer> server_;

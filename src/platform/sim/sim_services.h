@@ -57,6 +57,7 @@ class SimWorkspace final : public Workspace {
     explicit SimWorkspace(SceneStore& store) : store_(store) {}
     std::optional<double> launchTime(std::int32_t pid) override;
     bool activateApplication(std::int32_t pid) override;
+    std::optional<std::int32_t> frontmostApplication() override;
 
   private:
     SceneStore& store_;
@@ -66,7 +67,9 @@ class SimWindowList final : public WindowList {
   public:
     explicit SimWindowList(SceneStore& store) : store_(store) {}
     std::optional<WindowListEntry> describeWindow(std::uint32_t id) override;
+    std::vector<WindowListEntry> onScreenWindows() override;
     Rect displayBounds(std::uint32_t displayId) override;
+    bool displayIsActive(std::uint32_t displayId) override;
     std::uint32_t mainDisplayId() override;
 
   private:
@@ -77,6 +80,19 @@ class SimEventPoster final : public EventPoster {
   public:
     explicit SimEventPoster(SceneStore& store) : store_(store) {}
     Status post(const SyntheticEvent& event, EventTarget target) override;
+
+  private:
+    SceneStore& store_;
+};
+
+// The session dictionary and what the physical user holds, from the scene's "session" and
+// "user"; the helper's own synthetic events never change them.
+class SimUserSession final : public UserSession {
+  public:
+    explicit SimUserSession(SceneStore& store) : store_(store) {}
+    std::optional<SessionDictionary> currentSession() override;
+    std::uint64_t heldModifierFlags() override;
+    bool isMouseButtonHeld(int button) override;
 
   private:
     SceneStore& store_;

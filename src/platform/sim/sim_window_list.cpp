@@ -1,12 +1,36 @@
 #include "platform/sim/sim_services.h"
 
 namespace brindlemar::platform::sim {
+namespace {
+
+WindowListEntry entryOf(const SceneWindow& window) {
+    return WindowListEntry{window.id, window.frame, window.pid, window.layer, window.title};
+}
+
+}  // namespace
 
 std::optional<WindowListEntry> SimWindowList::describeWindow(std::uint32_t id) {
     return store_.read([&](const Scene& scene) -> std::optional<WindowListEntry> {
         const SceneWindow* window = scene.findWindow(id);
         if (window == nullptr) return std::nullopt;
-        return WindowListEntry{window->id, window->frame, window->pid};
+        return entryOf(*window);
+    });
+}
+
+std::vector<WindowListEntry> SimWindowList::onScreenWindows() {
+    return store_.read([](const Scene& scene) {
+        std::vector<WindowListEntry> entries;
+        for (const auto& window : scene.windows) {
+            if (window.onScreen) entries.push_back(entryOf(window));
+        }
+        return entries;
+    });
+}
+
+bool SimWindowList::displayIsActive(std::uint32_t displayId) {
+    return store_.read([&](const Scene& scene) {
+        const SceneDisplay* display = scene.findDisplay(displayId);
+        return display != nullptr && display->active;
     });
 }
 

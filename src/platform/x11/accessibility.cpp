@@ -52,6 +52,36 @@ class X11WindowAccessibility final : public Accessibility {
         return Error{kAccessibilityErrorDomain, kInvalidElement, "not an element of this desktop"};
     }
 
+    Expected<std::vector<std::string>> copyActionNames(const AXElement& element) override {
+        if (dynamic_cast<const WindowElement*>(element.get()) != nullptr)
+            return std::vector<std::string>{"AXRaise"};
+        if (dynamic_cast<const ApplicationElement*>(element.get()) != nullptr)
+            return std::vector<std::string>{};
+        return Error{kAccessibilityErrorDomain, kInvalidElement, "not an element of this desktop"};
+    }
+
+    Expected<bool> isAttributeSettable(const AXElement&, std::string_view) override {
+        return false;
+    }
+
+    Status setAttributeValue(const AXElement&, std::string_view attribute,
+                             std::string_view) override {
+        return unsupportedAttribute(attribute);
+    }
+
+    bool equal(const AXElement& a, const AXElement& b) override {
+        if (a == b) return true;
+        const auto* windowA = dynamic_cast<const WindowElement*>(a.get());
+        const auto* windowB = dynamic_cast<const WindowElement*>(b.get());
+        if (windowA != nullptr && windowB != nullptr) return windowA->window == windowB->window;
+        const auto* appA = dynamic_cast<const ApplicationElement*>(a.get());
+        const auto* appB = dynamic_cast<const ApplicationElement*>(b.get());
+        return appA != nullptr && appB != nullptr && appA->pid == appB->pid;
+    }
+
+    // The X server answers every question here itself; no application is waited for.
+    void setMessagingTimeout(const AXElement&, double) override {}
+
     Status performAction(const AXElement& element, std::string_view action) override {
         const auto* window = dynamic_cast<const WindowElement*>(element.get());
         if (window == nullptr || action != "AXRaise")

@@ -4,6 +4,7 @@
 
 #include "platform/accessibility.h"
 #include "platform/pasteboards.h"
+#include "platform/session.h"
 #include "platform/synthetic_events.h"
 #include "platform/window_list.h"
 #include "platform/workspace.h"
@@ -20,5 +21,6 @@ std::unique_ptr<WindowList> makeWindowList(X11Connection&);
 std::unique_ptr<Accessibility> makeAccessibility(X11Connection&);
 std::unique_ptr<Workspace> makeWorkspace(X11Connection&);
 std::unique_ptr<Pasteboards> makePasteboards(X11Connection&);
+std::unique_ptr<UserSession> makeUserSession(X11Connection&);
 
 }  // namespace brindlemar::platform::x11

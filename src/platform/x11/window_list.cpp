@@ -25,6 +25,23 @@ class X11WindowList final : public WindowList {
         return WindowListEntry{id, frame, ownerPid(connection_, id)};
     }
 
+    std::vector<WindowListEntry> onScreenWindows() override {
+        std::vector<WindowListEntry> entries;
+        auto windows = listOnScreenWindows(connection_);
+        if (!windows) return entries;
+        for (const auto& window : *windows) {
+            std::optional<std::int32_t> pid;
+            if (window.owner) pid = window.owner->pid;
+            entries.push_back(
+                WindowListEntry{window.id, window.frame, pid, window.layer, window.title});
+        }
+        return entries;
+    }
+
+    bool displayIsActive(std::uint32_t displayId) override {
+        return displayBounds(displayId).width > 0;
+    }
+
     Rect displayBounds(std::uint32_t displayId) override {
         if (displayId == 0) return {};
         auto displays = listDisplays(connection_);

@@ -68,6 +68,19 @@ class X11Workspace final : public Workspace {
         return !windows.empty() && raiseClientWindow(connection_, windows.front());
     }
 
+    // The owner of the window the window manager names active (_NET_ACTIVE_WINDOW).
+    std::optional<std::int32_t> frontmostApplication() override {
+        if (connection_.lost()) return std::nullopt;
+        xcb_window_t active = XCB_WINDOW_NONE;
+        auto* ewmh = connection_.ewmh();
+        if (!xcb_ewmh_get_active_window_reply(
+                ewmh, xcb_ewmh_get_active_window(ewmh, connection_.screenNumber()), &active,
+                nullptr) ||
+            active == XCB_WINDOW_NONE)
+            return std::nullopt;
+        return ownerPid(connection_, active);
+    }
+
   private:
     X11Connection& connection_;
 };

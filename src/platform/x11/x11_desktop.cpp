@@ -27,7 +27,8 @@ class X11Desktop final : public Desktop {
           windowList_(makeWindowList(*connection_)),
           accessibility_(makeAccessibility(*connection_)),
           workspace_(makeWorkspace(*connection_)),
-          pasteboards_(makePasteboards(*connection_)) {}
+          pasteboards_(makePasteboards(*connection_)),
+          session_(makeUserSession(*connection_)) {}
 
     Clock& clock() override { return clock_; }
     PermissionService& permissions() override { return permissions_; }
@@ -39,6 +40,7 @@ class X11Desktop final : public Desktop {
     EventPoster& events() override { return *events_; }
     Accessibility& accessibility() override { return *accessibility_; }
     Pasteboards& pasteboards() override { return *pasteboards_; }
+    UserSession& session() override { return *session_; }
 
   private:
     std::unique_ptr<X11Connection> connection_;
@@ -52,6 +54,7 @@ class X11Desktop final : public Desktop {
     std::unique_ptr<Accessibility> accessibility_;
     std::unique_ptr<Workspace> workspace_;
     std::unique_ptr<Pasteboards> pasteboards_;
+    std::unique_ptr<UserSession> session_;
 };
 
 }  // namespace

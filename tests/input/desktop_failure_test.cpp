@@ -8,6 +8,7 @@
 #include "in_process_loop.h"
 #include "input_session.h"
 #include "platform/sim/sim_backend.h"
+#include "support/delegating_desktop.h"
 
 namespace brindlemar::testing {
 namespace {
@@ -23,25 +24,12 @@ class FailingPoster final : public platform::EventPoster {
 };
 
 // The simulated desktop of the input scene, with its events replaced by `FailingPoster`.
-class FailingDesktop final : public platform::Desktop {
+class FailingDesktop final : public DelegatingDesktop {
   public:
-    explicit FailingDesktop(std::unique_ptr<platform::Desktop> sim) : sim_(std::move(sim)) {}
-
-    platform::Clock& clock() override { return sim_->clock(); }
-    platform::PermissionService& permissions() override { return sim_->permissions(); }
-    platform::CaptureCatalogue& captureCatalogue() override { return sim_->captureCatalogue(); }
-    platform::ScreenshotService& screenshots() override { return sim_->screenshots(); }
-    platform::CodeSigning& codeSigning() override { return sim_->codeSigning(); }
-    platform::Workspace& workspace() override { return sim_->workspace(); }
-    platform::WindowList& windowList() override { return sim_->windowList(); }
+    using DelegatingDesktop::DelegatingDesktop;
     platform::EventPoster& events() override { return poster; }
-    platform::Accessibility& accessibility() override { return sim_->accessibility(); }
-    platform::Pasteboards& pasteboards() override { return sim_->pasteboards(); }
 
     FailingPoster poster;
-
-  private:
-    std::unique_ptr<platform::Desktop> sim_;
 };
 
 class DesktopFailure : public ::testing::Test {

@@ -31,6 +31,8 @@ CommandTable buildCommandTable(Subsystems& subsystems) {
     table.add("activate", bound(subsystems.input, &InputCommands::activate));
     table.add("input_display", bound(subsystems.input, &InputCommands::inputDisplay));
     table.add("axpermission", handleAxPermission);
+    table.add("semantic_snapshot",
+              bound(subsystems.semantics, &SemanticCommands::semanticSnapshot));
     table.add("permission", handlePermission);
     table.add("watch_permission", handleWatchPermission);
     table.add("ping", handlePing);

@@ -37,6 +37,7 @@ class FailingDesktop final : public platform::Desktop {
     platform::EventPoster& events() override { return poster; }
     platform::Accessibility& accessibility() override { return sim_->accessibility(); }
     platform::Pasteboards& pasteboards() override { return sim_->pasteboards(); }
+    platform::UserSession& session() override { return sim_->session(); }
 
     FailingPoster poster;
 

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+
+#include "core/command_table.h"
+#include "semantics/node_ids.h"
+#include "semantics/semantic_state.h"
+
+namespace brindlemar {
+
+// The semantics subsystem's commands, with the semantic state they share: snapshots of a
+// window's accessibility tree, plain and guarded actions on its nodes, bounded control and the
+// desktop's control context. Used by the command-loop thread only.
+class SemanticCommands {
+  public:
+    // `vkMap` is the process's key table (key name to virtual key code), which outlives this.
+    explicit SemanticCommands(const std::unordered_map<std::string, std::uint16_t>& vkMap)
+        : vkMap_(vkMap) {}
+
+    // "semantic_snapshot": writes its "semantic_snapshot" record, or fails.
+    Status semanticSnapshot(const Fields& request, CommandContext& context);
+
+    semantics::SemanticState& state() { return state_; }
+
+  private:
+    const std::unordered_map<std::string, std::uint16_t>& vkMap_;
+    semantics::SemanticState state_;
+    semantics::NodeIdSource ids_;
+};
+
+}  // namespace brindlemar

@@ -33,6 +33,9 @@ CommandTable buildCommandTable(Subsystems& subsystems) {
     table.add("axpermission", handleAxPermission);
     table.add("semantic_snapshot",
               bound(subsystems.semantics, &SemanticCommands::semanticSnapshot));
+    table.add("semantic_action", bound(subsystems.semantics, &SemanticCommands::semanticAction));
+    table.add("guarded_semantic_action",
+              bound(subsystems.semantics, &SemanticCommands::guardedSemanticAction));
     table.add("permission", handlePermission);
     table.add("watch_permission", handleWatchPermission);
     table.add("ping", handlePing);

@@ -21,6 +21,10 @@ class SemanticCommands {
 
     // "semantic_snapshot": writes its "semantic_snapshot" record, or fails.
     Status semanticSnapshot(const Fields& request, CommandContext& context);
+    // "semantic_action": writes its "semantic_action_result" record, or fails.
+    Status semanticAction(const Fields& request, CommandContext& context);
+    // "guarded_semantic_action": replies "guarded_semantic_result"; never fails.
+    Status guardedSemanticAction(const Fields& request, CommandContext& context);
 
     semantics::SemanticState& state() { return state_; }
 

@@ -21,6 +21,8 @@ Handler bound(Subsystem& subsystem, Status (Subsystem::*member)(const Fields&, C
 CommandTable buildCommandTable(Subsystems& subsystems) {
     CommandTable table;
     table.add("capabilities", handleCapabilities);
+    table.add("control", bound(subsystems.semantics, &SemanticCommands::control));
+    table.add("control_context", bound(subsystems.semantics, &SemanticCommands::controlContext));
     table.add("list", handleList);
     table.add("grab", handleGrab);
     table.add("grab_pixels", handleGrabPixels);

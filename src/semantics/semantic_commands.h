@@ -19,6 +19,10 @@ class SemanticCommands {
     explicit SemanticCommands(const std::unordered_map<std::string, std::uint16_t>& vkMap)
         : vkMap_(vkMap) {}
 
+    // "control": replies with the "control" record of the bounded operation; never fails.
+    Status control(const Fields& request, CommandContext& context);
+    // "control_context": replies {"type": "control_context", "focus": record or null}.
+    Status controlContext(const Fields& request, CommandContext& context);
     // "semantic_snapshot": writes its "semantic_snapshot" record, or fails.
     Status semanticSnapshot(const Fields& request, CommandContext& context);
     // "semantic_action": writes its "semantic_action_result" record, or fails.

@@ -21,6 +21,8 @@ Handler bound(Subsystem& subsystem, Status (Subsystem::*member)(const Fields&, C
 CommandTable buildCommandTable(Subsystems& subsystems) {
     CommandTable table;
     table.add("capabilities", handleCapabilities);
+    table.add("control", bound(subsystems.semantics, &SemanticCommands::control));
+    table.add("control_context", bound(subsystems.semantics, &SemanticCommands::controlContext));
     table.add("list", handleList);
     table.add("grab", handleGrab);
     table.add("grab_pixels", handleGrabPixels);
@@ -31,6 +33,11 @@ CommandTable buildCommandTable(Subsystems& subsystems) {
     table.add("activate", bound(subsystems.input, &InputCommands::activate));
     table.add("input_display", bound(subsystems.input, &InputCommands::inputDisplay));
     table.add("axpermission", handleAxPermission);
+    table.add("semantic_snapshot",
+              bound(subsystems.semantics, &SemanticCommands::semanticSnapshot));
+    table.add("semantic_action", bound(subsystems.semantics, &SemanticCommands::semanticAction));
+    table.add("guarded_semantic_action",
+              bound(subsystems.semantics, &SemanticCommands::guardedSemanticAction));
     table.add("permission", handlePermission);
     table.add("watch_permission", handleWatchPermission);
     table.add("ping", handlePing);

@@ -77,6 +77,20 @@ void OutputChannel::emitLine(const Json& record) {
     writeLocked(line, {});
 }
 
+Status OutputChannel::emitCheckedLine(const Json& record) {
+    if (hasNonFiniteNumber(record)) {
+        return Error{"json", 0, "invalid number value (infinite or NaN) in a record"};
+    }
+    std::string line;
+    try {
+        line = record.dump();
+    } catch (const Json::exception& failure) {
+        return Error{"json", failure.id, failure.what()};
+    }
+    writeLocked(line, {});
+    return Status::success();
+}
+
 void OutputChannel::emitError(std::string_view message) {
     emitLine(Json{{"type", "error"}, {"error", message}});
 }

@@ -9,6 +9,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/error.h"
+
 namespace brindlemar {
 
 using Json = nlohmann::json;
@@ -25,6 +27,9 @@ class OutputChannel {
     OutputChannel& operator=(const OutputChannel&) = delete;
 
     void emitLine(const Json& record);
+    // Writes one record like emitLine, but reports a record that cannot be serialised instead of
+    // dropping it, for operations that pass that failure up.
+    Status emitCheckedLine(const Json& record);
     void emitError(std::string_view message);
     void emitFrame(std::span<const std::uint8_t> payload, std::int64_t width, std::int64_t height,
                    double scale, std::string_view format = "PNG");

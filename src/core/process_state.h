@@ -57,9 +57,12 @@ class ProcessState {
     const std::int64_t semanticMaxDepth = 48;
     const std::int64_t semanticMaxText = static_cast<std::int64_t>(kMaxReportedCharacters);
 
-    // The cancellation channel of guarded work.
+    // The cancellation channel of guarded work: the descriptor, the bytes consumed from it so
+    // far, and whether it has ended (end of file or a read error), after which every guarded
+    // operation is refused.
     const std::int32_t controlCancelFD;
     std::int64_t controlCancelEpoch = 0;
+    bool controlCancelEnded = false;
 
     const std::int64_t watchProtocol = 1;
 

@@ -133,6 +133,8 @@ TEST_F(X11InputServicesTest, KeyEventsCarryingTextTypeItWithTheLayoutsKeys) {
         {" there, World!", true, "Hi there, World!"},
         {" ~{x}", true, "Hi there, World! ~{x}"},
         {" \u2713ok", false, "Hi there, World! ~{x} ok"},  // no key types a check mark
+        // An overlong "/" and a surrogate are not characters: nothing of them is typed.
+        {"\xC0\xAF\xED\xA0\x80.", false, "Hi there, World! ~{x} ok."},
     };
     for (const auto& c : cases) {
         SyntheticEvent down = keyEvent(0x00, true);

@@ -13,86 +13,12 @@
 
 #include "platform/x11/connection.h"
 #include "platform/x11/event_delivery.h"
+#include "platform/x11/event_flag_table.h"
+#include "platform/x11/event_type_table.h"
 #include "platform/x11/input_services.h"
 
 namespace brindlemar::platform::x11 {
 namespace {
-
-using namespace event_flags;
-
-// The modifier keys by the flag they drive, with the key pressed when an event asks for a flag
-// whose key is not held. Caps Lock toggles on X rather than being held, so it is never pressed
-// for a flag.
-struct ModifierKey {
-    std::uint64_t flag;
-    std::uint16_t left;
-    std::uint16_t right;
-};
-constexpr std::array<ModifierKey, 4> kModifierKeys = {{
-    {kShift, 0x38, 0x3C},
-    {kControl, 0x3B, 0x3E},
-    {kAlternate, 0x3A, 0x3D},
-    {kCommand, 0x37, 0x36},
-}};
-constexpr std::uint16_t kCapsLock = 0x39;
-constexpr std::uint16_t kShiftLeft = 0x38;
-
-std::uint64_t flagOfModifierKey(std::uint16_t virtualKey) {
-    for (const auto& modifier : kModifierKeys)
-        if (virtualKey == modifier.left || virtualKey == modifier.right) return modifier.flag;
-    return virtualKey == kCapsLock ? kAlphaShift : 0;
-}
-
-bool isKeyType(EventType type) {
-    return type == EventType::KeyDown || type == EventType::KeyUp ||
-           type == EventType::FlagsChanged;
-}
-
-enum class ButtonAction { None, Press, Release };
-
-ButtonAction buttonActionOf(EventType type) {
-    switch (type) {
-        case EventType::LeftMouseDown:
-        case EventType::RightMouseDown:
-        case EventType::OtherMouseDown:
-            return ButtonAction::Press;
-        case EventType::LeftMouseUp:
-        case EventType::RightMouseUp:
-        case EventType::OtherMouseUp:
-            return ButtonAction::Release;
-        default:
-            return ButtonAction::None;
-    }
-}
-
-// X buttons: 1 left, 2 middle, 3 right. Without a button field the event type tells.
-std::uint8_t xButtonOf(const SyntheticEvent& event) {
-    MouseButton button = MouseButton::Left;
-    if (event.button) {
-        button = *event.button;
-    } else if (event.type == EventType::RightMouseDown || event.type == EventType::RightMouseUp ||
-               event.type == EventType::RightMouseDragged) {
-        button = MouseButton::Right;
-    } else if (event.type == EventType::OtherMouseDown || event.type == EventType::OtherMouseUp ||
-               event.type == EventType::OtherMouseDragged) {
-        button = MouseButton::Center;
-    }
-    switch (button) {
-        case MouseButton::Right:
-            return 3;
-        case MouseButton::Center:
-            return 2;
-        case MouseButton::Left:
-            break;
-    }
-    return 1;
-}
-
-// Wheel buttons: 4 up, 5 down, 6 left, 7 right. Positive wheel values scroll up or left.
-constexpr std::uint8_t kWheelUp = 4;
-constexpr std::uint8_t kWheelDown = 5;
-constexpr std::uint8_t kWheelLeft = 6;
-constexpr std::uint8_t kWheelRight = 7;
 
 // One event sends at most this many pixels' worth of steps (100 steps), so a wild value cannot
 // queue millions of clicks; callers clamp far below it.
@@ -165,7 +91,8 @@ XTestEventPoster::~XTestEventPoster() {
 
 void XTestEventPoster::readKeymap() {
     keymap_ = std::make_unique<ServerKeymap>(ServerKeymap::read(connection_.raw()));
-    textTyper_ = std::make_unique<TextTyper>(connection_.raw(), keymap_->keycodeFor(kShiftLeft));
+    textTyper_ =
+        std::make_unique<TextTyper>(connection_.raw(), keymap_->keycodeFor(kVirtualShiftLeft));
 }
 
 ServerKeymap XTestEventPoster::keymap() {
@@ -292,7 +219,7 @@ Status XTestEventPoster::postKey(const SyntheticEvent& event) {
     std::vector<xcb_keycode_t> wrapped;
     if (flagOfModifierKey(virtualKey) == 0) {
         const std::uint64_t missing = event.flags & ~heldModifierFlags();
-        for (const auto& modifier : kModifierKeys) {
+        for (const auto& modifier : modifierKeys()) {
             if ((missing & modifier.flag) == 0) continue;
             if (auto modifierKeycode = keymap_->keycodeFor(modifier.left))
                 wrapped.push_back(*modifierKeycode);

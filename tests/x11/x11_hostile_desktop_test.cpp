@@ -6,6 +6,7 @@
 #include <xcb/xcb.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <string>
 #include <thread>
@@ -219,6 +220,16 @@ TEST_F(X11HostileDesktopTest, EverythingHeldIsReleasedWhenInputEnds) {
     EXPECT_EQ(helper_->wait(), 0);
     EXPECT_FALSE(probe_->keyHeld(kShiftLeft));
     EXPECT_FALSE(probe_->buttonHeld(2));
+}
+
+TEST_F(X11HostileDesktopTest, EverythingHeldIsReleasedWhenTheHelperIsTerminated) {
+    EXPECT_EQ(inputDisplay(key("ControlLeft", "down")), kOk);
+    EXPECT_EQ(inputDisplay({{"kind", "mouse"}, {"action", "down"}, {"nx", 0.2}, {"ny", 0.9}}), kOk);
+    EXPECT_TRUE(eventually([&] { return probe_->keyHeld(kControlLeft); }));
+    ::kill(helper_->pid(), SIGTERM);
+    helper_->wait();
+    EXPECT_FALSE(probe_->keyHeld(kControlLeft));
+    EXPECT_FALSE(probe_->buttonHeld(1));
 }
 
 TEST_F(X11HostileDesktopTest, DoubleClicksRegisterWithAPanelAndAKeptAboveWindowOnScreen) {

@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -159,8 +160,13 @@ nlohmann::json mouseAt(const InputFixture& fixture, double x, double y, const ch
 double timedClick(Child& helper, const InputFixture& fixture, double x, double y) {
     const auto start = Clock::now();
     helper.writeAll(windowRequest(fixture.windowId(), mouseAt(fixture, x, y, "down")));
-    helper.readLine();
+    const auto reply = helper.readLine();
     const double elapsed = millisecondsSince(start);
+    // A refused press is not a press: the figures must not count it as one.
+    if (nlohmann::json::parse(reply, nullptr, false).value("ok", false) != true) {
+        std::fprintf(stderr, "press not performed: %s\n", reply.c_str());
+        std::exit(1);
+    }
     helper.writeAll(windowRequest(fixture.windowId(), mouseAt(fixture, x, y, "up")));
     helper.readLine();
     return elapsed;
@@ -217,17 +223,20 @@ void print(const char* what, Figures helper, Figures xdotool) {
 int main() {
     XServer server;
     ::setenv("DISPLAY", server.display().c_str(), 1);
-    ProbeWindow probe(server.display(), 200, 200, 400, 300);
-    probe.focus();
+    // The probe is an override-redirect window above every other; it goes before the presses
+    // on GTK windows, which it would otherwise cover.
+    auto probe = std::make_unique<ProbeWindow>(server.display(), 200, 200, 400, 300);
+    probe->focus();
 
     Child helper(BRINDLEMAR_BINARY_PATH, {{"BRINDLEMAR_BACKEND", "x11"}});
     helper.writeAll("{\"cmd\":\"ping\"}\n");
     helper.readLine();
 
-    const auto moves = helperMoves(helper, probe);
-    const auto keys = helperKeys(helper, probe);
-    const auto xdoMoves = xdotoolMoves(probe);
-    const auto xdoKeys = xdotoolKeys(probe);
+    const auto moves = helperMoves(helper, *probe);
+    const auto keys = helperKeys(helper, *probe);
+    const auto xdoMoves = xdotoolMoves(*probe);
+    const auto xdoKeys = xdotoolKeys(*probe);
+    probe.reset();
 
     std::printf(
         "x11 input latency, request written -> event received by an X client "

@@ -165,6 +165,8 @@ TEST_F(X11InputServicesTest, TextIsTypedWithTheKeysOfALayoutChosenAfterStart) {
     auto layout = server_->spawn({"setxkbmap", "de"});
     while (layout->running())
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    // The toolkit reads the new keymap in its own time, and reads keys by it.
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
     typeText("yz");
     EXPECT_TRUE(fixture.until("text", [](const nlohmann::json& r) { return r["text"] == "yzyz"; }));
     layout = server_->spawn({"setxkbmap", "us"});

@@ -153,6 +153,21 @@ TEST_F(X11InputServicesTest, KeyEventsCarryingTextTypeItWithTheLayoutsKeys) {
 TEST_F(X11InputServicesTest, TextIsTypedWithTheKeysOfALayoutChosenAfterStart) {
     InputFixture fixture(*server_, "Layout");
     fixture.command("focus");
+    // The fixture focuses its entry in its own time; keys typed before would go elsewhere.
+    xcb_connection_t* c = connection_->raw();
+    for (int tries = 0; tries < 250; ++tries) {
+        // GTK focuses a child window of its own inside the top-level.
+        auto* focus = xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr);
+        auto* tree = focus != nullptr
+                         ? xcb_query_tree_reply(c, xcb_query_tree(c, focus->focus), nullptr)
+                         : nullptr;
+        const bool focused = tree != nullptr && (focus->focus == fixture.windowId() ||
+                                                 tree->parent == fixture.windowId());
+        std::free(tree);
+        std::free(focus);
+        if (focused) break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
     auto poster = makeEventPoster(*connection_);
     auto typeText = [&](const std::string& text) {
         SyntheticEvent down = keyEvent(0x00, true);
@@ -165,8 +180,9 @@ TEST_F(X11InputServicesTest, TextIsTypedWithTheKeysOfALayoutChosenAfterStart) {
     auto layout = server_->spawn({"setxkbmap", "de"});
     while (layout->running())
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    // The toolkit reads the new keymap in its own time, and reads keys by it.
-    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    // The toolkit reads the new keymap in its own time (slowly on a loaded machine), and reads
+    // the keys typed next by it.
+    std::this_thread::sleep_for(std::chrono::seconds(1));
     typeText("yz");
     EXPECT_TRUE(fixture.until("text", [](const nlohmann::json& r) { return r["text"] == "yzyz"; }));
     layout = server_->spawn({"setxkbmap", "us"});

@@ -110,6 +110,12 @@ class BenchDesktop final : public platform::Desktop,
     Status post(const platform::SyntheticEvent&, platform::EventTarget) override {
         return Error{"bench", 1, "none"};
     }
+    Expected<bool> wouldReach(const platform::SyntheticEvent&, std::uint32_t,
+                              std::int32_t) override {
+        return true;
+    }
+    void releaseIfHeld(const platform::SyntheticEvent&) override {}
+    void releaseAllHeld() override {}
     platform::AXElement applicationElement(std::int32_t) override { return {}; }
     Expected<platform::AXAttributeValue> copyAttribute(const platform::AXElement&,
                                                        std::string_view) override {

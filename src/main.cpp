@@ -18,6 +18,7 @@
 #include "core/process_state.h"
 #include "platform/desktop.h"
 #include "platform/sim/sim_backend.h"
+#include "release_on_terminate.h"
 #ifdef BRINDLEMAR_HAVE_X11
 #include "platform/x11/x11_backend.h"
 #endif
@@ -79,6 +80,9 @@ int main(int argc, char** argv) {
         return kStartupFailureStatus;
     }
 
+    // Held keys and buttons are released at the end of input (the desktop lets go of them when
+    // it goes away) and when the helper is told to terminate.
+    brindlemar::ReleaseOnTerminate releaseOnTerminate((*desktop)->events());
     brindlemar::MainQueue mainQueue;
     brindlemar::Subsystems subsystems;
     brindlemar::CommandLoop loop(brindlemar::buildCommandTable(subsystems),

@@ -1,5 +1,7 @@
 #include "base/text.h"
 
+#include "base/utf8.h"
+
 #include <utf8proc.h>
 
 #include <array>
@@ -12,13 +14,9 @@ namespace {
 // Decodes one code point at `pos`; returns its length in bytes and stores the code point, or -1
 // for an invalid sequence (which then counts as a single byte).
 std::ptrdiff_t decodeAt(std::string_view text, std::size_t pos, utf8proc_int32_t& codepoint) {
-    auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data() + pos),
-                                   static_cast<utf8proc_ssize_t>(text.size() - pos), &codepoint);
-    if (length <= 0) {
-        codepoint = -1;
-        return 1;
-    }
-    return length;
+    const Utf8Step step = decodeUtf8At(text, pos);
+    codepoint = step.codePoint ? static_cast<utf8proc_int32_t>(*step.codePoint) : -1;
+    return static_cast<std::ptrdiff_t>(step.length);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "base/text.h"
 #include "core/line_reader.h"
 #include "core/process_state.h"
+#include "platform/desktop.h"
 
 namespace brindlemar {
 
@@ -45,6 +46,9 @@ void CommandLoop::dispatch(std::string_view name, const Json& request) {
         context_.state.out.emitError(std::string("unknown cmd: ").append(name));
         return;
     }
+    // A desktop whose server went away gets the chance to reach it again before each request;
+    // every handler then answers a server that is still gone in its own way.
+    (void)context_.desktop.reachable();
     Fields fields(request);
     Status status = (*handler)(fields, context_);
     if (!status.ok()) reportFailure(name, fields, status.error());

@@ -4,6 +4,7 @@
 #include "filedrop/input_hold_back.h"
 #include "input/input_event.h"
 #include "input/input_routing.h"
+#include "input/refused_release.h"
 #include "input/window_raise.h"
 #include "platform/desktop.h"
 
@@ -30,9 +31,12 @@ Status reply(CommandContext& context, const Expected<InputOutcome>& outcome) {
     return {};
 }
 
-// A drop in progress swallows pointer input: the parent is told it went through.
-bool heldBack(CommandContext& context, const InputEvent& event) {
+// A drop in progress swallows pointer input: the parent is told it went through. A swallowed
+// release still lets go of a button the helper's own press holds, which would otherwise stay
+// down under the drag.
+bool heldBack(CommandContext& context, const InputState& state, const InputEvent& event) {
     if (!heldBackForFileDrop(context.state, context.desktop.pasteboards(), event)) return false;
+    letGoOfRefusedRelease(state, context.desktop.events(), event);
     replyInput(context, InputOutcome::success());
     return true;
 }
@@ -48,7 +52,7 @@ Status InputCommands::input(const Fields& request, CommandContext& context) {
     }
     // Parsed here, once: nothing below the handler reads the request's JSON.
     const InputEvent parsed = InputEvent::parse(*event);
-    if (heldBack(context, parsed)) return {};
+    if (heldBack(context, state_, parsed)) return {};
     return reply(context, handleInput(state_, context.desktop, *id, parsed));
 }
 
@@ -60,7 +64,7 @@ Status InputCommands::inputDisplay(const Fields& request, CommandContext& contex
         return {};
     }
     const InputEvent parsed = InputEvent::parse(*event);
-    if (heldBack(context, parsed)) return {};
+    if (heldBack(context, state_, parsed)) return {};
     return reply(context, handleDisplayInput(state_, context.desktop, id, parsed));
 }
 
@@ -70,6 +74,7 @@ Status InputCommands::activate(const Fields& request, CommandContext& context) {
         context.state.out.emitError("activate: missing id");
         return {};
     }
+    if (auto reachable = context.desktop.reachable(); !reachable) return reachable;
     if (!context.desktop.permissions().check(platform::Permission::Accessibility)) {
         replyActivate(context, "accessibility_not_granted");
         return {};
@@ -80,7 +85,11 @@ Status InputCommands::activate(const Fields& request, CommandContext& context) {
         return {};
     }
     raiseWindow(context.desktop, window->pid, window->frame);
-    replyActivate(context, nullptr);
+    // Raising is asked of the window manager, which may not oblige (another workspace it
+    // will not switch to, a window it keeps back): then the window is not reported activated.
+    auto inFront = keysReachWindow(context.desktop, *id, window->pid);
+    if (!inFront) return inFront.error();
+    replyActivate(context, *inFront ? nullptr : kWindowNotInFront);
     return {};
 }
 

@@ -27,7 +27,11 @@ struct InputOutcome {
 };
 
 // Performs an input event on a window: its normalised position is mapped into the window's
-// current frame, and a press raises the window first.
+// current frame, and a press raises the window first. Input that the desktop knows would not
+// reach the window's application (pointer input over another application's window, keys while
+// another application has the focus) is refused with `kWindowNotInFront`. A refused release
+// still lets go of what the helper's own press holds (see letGoOfRefusedRelease). Fails when
+// the desktop cannot be reached.
 Expected<InputOutcome> handleInput(InputState& state, platform::Desktop& desktop, std::uint32_t id,
                                    const InputEvent& event);
 

@@ -23,6 +23,28 @@ constexpr std::int64_t kLeft = 0;
 constexpr std::int64_t kMiddle = 1;
 constexpr std::int64_t kRight = 2;
 
+// A move while buttons are held is a drag of the left, else the right, else the middle button.
+EventType moveType(const std::set<std::int64_t>& held) {
+    if (held.contains(kLeft)) return EventType::LeftMouseDragged;
+    if (held.contains(kRight)) return EventType::RightMouseDragged;
+    if (held.contains(kMiddle)) return EventType::OtherMouseDragged;
+    return EventType::MouseMoved;
+}
+
+void countPress(InputState& state, double now, platform::Point at, std::int64_t button) {
+    bool continues = now - state.lastClickTime < kMultiClickSeconds &&
+                     state.lastClickButton == button &&
+                     std::fabs(at.x - state.lastClickPos.x) < kMultiClickPoints &&
+                     std::fabs(at.y - state.lastClickPos.y) < kMultiClickPoints;
+    state.clickState = continues ? state.clickState + 1 : 1;
+    state.lastClickTime = now;
+    state.lastClickPos = at;
+    state.lastClickButton = button;
+    state.buttonsDown.insert(button);
+}
+
+}  // namespace
+
 MouseButton systemButton(std::int64_t button) {
     if (button == kRight) return MouseButton::Right;
     if (button == kMiddle) return MouseButton::Center;
@@ -53,39 +75,15 @@ EventType releaseType(MouseButton button) {
     return EventType::LeftMouseUp;
 }
 
-// A move while buttons are held is a drag of the left, else the right, else the middle button.
-EventType moveType(const std::set<std::int64_t>& held) {
-    if (held.contains(kLeft)) return EventType::LeftMouseDragged;
-    if (held.contains(kRight)) return EventType::RightMouseDragged;
-    if (held.contains(kMiddle)) return EventType::OtherMouseDragged;
-    return EventType::MouseMoved;
-}
-
-void countPress(InputState& state, double now, platform::Point at, std::int64_t button) {
-    bool continues = now - state.lastClickTime < kMultiClickSeconds &&
-                     state.lastClickButton == button &&
-                     std::fabs(at.x - state.lastClickPos.x) < kMultiClickPoints &&
-                     std::fabs(at.y - state.lastClickPos.y) < kMultiClickPoints;
-    state.clickState = continues ? state.clickState + 1 : 1;
-    state.lastClickTime = now;
-    state.lastClickPos = at;
-    state.lastClickButton = button;
-    state.buttonsDown.insert(button);
-}
-
-}  // namespace
-
 Status postMouse(InputState& state, platform::Desktop& desktop, InputEvent::Action action,
-                 std::int64_t button, platform::Point at,
-                 const std::optional<WindowPlacement>& raise) {
+                 std::int64_t button, platform::Point at, const platform::Rect& within) {
     MouseButton mapped = systemButton(button);
     platform::SyntheticEvent event;
     event.location = at;
+    event.within = within;
     event.button = mapped;
     if (action == InputEvent::Action::Down) {
         countPress(state, desktop.clock().now(), at, button);
-        // The press must land on the window even when another one covers it.
-        if (raise) raiseWindow(desktop, raise->pid, raise->frame);
         event.type = pressType(mapped);
         event.clickState = state.clickState;
     } else if (action == InputEvent::Action::Up) {
@@ -105,10 +103,12 @@ std::int32_t wheelValue(double distance) {
         std::trunc(std::clamp(-distance, -kMaxWheelPixels, kMaxWheelPixels)));
 }
 
-Status postScroll(platform::Desktop& desktop, platform::Point at, double dx, double dy) {
+Status postScroll(platform::Desktop& desktop, platform::Point at, const platform::Rect& within,
+                  double dx, double dy) {
     platform::SyntheticEvent event;
     event.type = EventType::ScrollWheel;
     event.location = at;
+    event.within = within;
     event.wheel = std::array<std::int32_t, 2>{wheelValue(dy), wheelValue(dx)};
     return desktop.events().post(event, platform::EventTarget::hid());
 }

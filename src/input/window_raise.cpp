@@ -61,4 +61,19 @@ void raiseWindow(platform::Desktop& desktop, std::int32_t pid, const platform::R
     (void)desktop.workspace().activateApplication(pid);
 }
 
+Expected<bool> keysReachWindow(platform::Desktop& desktop, std::uint32_t id, std::int32_t pid) {
+    platform::SyntheticEvent probe;
+    probe.type = platform::EventType::KeyDown;
+    return desktop.events().wouldReach(probe, id, pid);
+}
+
+Expected<bool> pointReachesWindow(platform::Desktop& desktop, std::uint32_t id,
+                                  const WindowPlacement& window, platform::Point at) {
+    platform::SyntheticEvent probe;
+    probe.type = platform::EventType::MouseMoved;
+    probe.location = at;
+    probe.within = window.frame;
+    return desktop.events().wouldReach(probe, id, window.pid);
+}
+
 }  // namespace brindlemar

@@ -32,6 +32,13 @@ class Desktop {
     virtual Accessibility& accessibility() = 0;
     virtual Pasteboards& pasteboards() = 0;
     virtual UserSession& session() = 0;
+
+    // Success while the desktop's window server can be reached; else the error its operations
+    // fail with (on X11, "X server connection lost"). A desktop whose server went away tries to
+    // reach it again here, at most once a second, so a server restarted on the same display is
+    // picked up by the next request. The command loop asks before every request; a desktop that
+    // cannot lose its server keeps this default.
+    virtual Status reachable() { return Status::success(); }
 };
 
 }  // namespace brindlemar::platform

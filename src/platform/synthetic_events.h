@@ -52,6 +52,10 @@ struct SyntheticEvent {
     std::optional<std::string> unicode;                // UTF-8 text attached to a key event
     std::optional<std::array<std::int32_t, 2>> wheel;  // [vertical, horizontal], pixels
     std::optional<std::uint32_t> windowUnderPointer;
+    // The frame of the window or display whose normalised position gave `location`. A desktop
+    // whose locations are whole pixels keeps the event on a pixel inside it, so that the far
+    // edge (a fraction of 1) is the last pixel of the target rather than the first one beyond.
+    std::optional<Rect> within;
 };
 
 // Where an event is posted: the system-wide stream at the HID level, or one process.
@@ -70,6 +74,23 @@ class EventPoster {
     // created or posted (on X11: the server is gone, XTest is missing, the keyboard has no key at
     // that position, some of the text has no key in the layout).
     virtual Status post(const SyntheticEvent& event, EventTarget target) = 0;
+
+    // Whether `event`, posted now, would reach the application that owns `window` (whose owner
+    // is the process `owner`): a pointer event by the window under its location, a key event by
+    // the keyboard focus. A desktop on which input addressed to a window cannot go astray, or
+    // that cannot tell, answers true. Fails when the desktop cannot be asked.
+    virtual Expected<bool> wouldReach(const SyntheticEvent& event, std::uint32_t window,
+                                      std::int32_t owner) = 0;
+
+    // A release (key up, button up) that the protocol refused or held back, so nothing is
+    // posted for it. A desktop on which a synthetic press is a real key or button held down
+    // until released lets go of that key or button if the helper's own events hold it; nothing
+    // else happens, nothing is recorded. Never fails.
+    virtual void releaseIfHeld(const SyntheticEvent& release) = 0;
+
+    // Lets go of every key and button that the helper's own events hold (at the end of input
+    // and at exit). Never fails; a desktop on which nothing stays held does nothing.
+    virtual void releaseAllHeld() = 0;
 };
 
 }  // namespace brindlemar::platform

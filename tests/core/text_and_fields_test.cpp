@@ -1,9 +1,12 @@
 // Text bounds by user-perceived characters and the field conventions of requests.
 
+#include <optional>
+
 #include <gtest/gtest.h>
 
 #include "base/json_nesting.h"
 #include "base/text.h"
+#include "base/utf8.h"
 #include "core/fields.h"
 
 namespace brindlemar {
@@ -32,6 +35,31 @@ TEST(Text, CutCountsGraphemeClustersAndNeverSplitsSequences) {
                              3),
               "\xff\xfe"
               "a");
+}
+
+TEST(Text, Utf8DecoderRejectsOverlongFormsSurrogatesAndTruncationOneByteAtATime) {
+    struct Row {
+        const char* name;
+        std::string text;
+        std::optional<char32_t> codePoint;
+        std::size_t length;
+    };
+    const Row rows[] = {
+        {"ascii", "a", U'a', 1},
+        {"two bytes", "\xC3\xA9", U'\u00E9', 2},
+        {"four bytes", "\xF0\x9F\x98\x80", U'\U0001F600', 4},
+        {"overlong slash", "\xC0\xAF", std::nullopt, 1},
+        {"overlong three bytes", "\xE0\x80\xAF", std::nullopt, 1},
+        {"surrogate", "\xED\xA0\x80", std::nullopt, 1},
+        {"above U+10FFFF", "\xF4\x90\x80\x80", std::nullopt, 1},
+        {"truncated", "\xE2\x9C", std::nullopt, 1},
+        {"stray continuation", "\x80", std::nullopt, 1},
+    };
+    for (const auto& row : rows) {
+        const Utf8Step step = decodeUtf8At(row.text, 0);
+        EXPECT_EQ(step.codePoint, row.codePoint) << row.name;
+        EXPECT_EQ(step.length, row.length) << row.name;
+    }
 }
 
 TEST(Text, BoundedTextRemovesNulBeforeTheCut) {

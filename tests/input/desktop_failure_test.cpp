@@ -20,6 +20,12 @@ class FailingPoster final : public platform::EventPoster {
         ++posts;
         return Error{"x11", 0, "X server connection lost"};
     }
+    Expected<bool> wouldReach(const platform::SyntheticEvent&, std::uint32_t,
+                              std::int32_t) override {
+        return true;
+    }
+    void releaseIfHeld(const platform::SyntheticEvent&) override {}
+    void releaseAllHeld() override {}
     int posts = 0;
 };
 

@@ -25,6 +25,7 @@ class DelegatingDesktop : public platform::Desktop {
     platform::Accessibility& accessibility() override { return inner_->accessibility(); }
     platform::Pasteboards& pasteboards() override { return inner_->pasteboards(); }
     platform::UserSession& session() override { return inner_->session(); }
+    Status reachable() override { return inner_->reachable(); }
 
   protected:
     platform::Desktop& inner() { return *inner_; }

@@ -155,16 +155,21 @@ XServer::~XServer() {
     std::filesystem::remove_all(configDirectory_, ignored);
 }
 
-void XServer::startServer(const Options& options) {
+void XServer::startServer(const Options& options, const std::string& display) {
+    options_ = options;
     int fds[2];
     if (::pipe2(fds, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
     std::string screen =
         std::to_string(options.width) + "x" + std::to_string(options.height) + "x24";
-    server_ = std::unique_ptr<ChildProcess>(
-        new ChildProcess({"Xvfb", "-displayfd", std::to_string(fds[1]), "-screen", "0", screen,
-                          "-nolisten", "tcp", "-noreset", "+extension", "COMPOSITE", "+extension",
-                          "RANDR", "+extension", "XFIXES", "+extension", "X-Resource"},
-                         {}, false, fds[1]));
+    std::vector<std::string> arguments{"Xvfb",       "-displayfd", std::to_string(fds[1]),
+                                       "-screen",    "0",          screen,
+                                       "-nolisten",  "tcp",        "-noreset",
+                                       "+extension", "COMPOSITE",  "+extension",
+                                       "RANDR",      "+extension", "XFIXES",
+                                       "+extension", "X-Resource"};
+    // With a display named, the server takes that number and reports it the same way.
+    if (!display.empty()) arguments.insert(arguments.begin() + 1, display);
+    server_ = std::unique_ptr<ChildProcess>(new ChildProcess(arguments, {}, false, fds[1]));
     ::close(fds[1]);
     // The server writes its display number and a line feed once it accepts connections.
     std::string number;
@@ -204,6 +209,11 @@ void XServer::kill() {
     if (server_) server_->kill();
 }
 
+void XServer::restart() {
+    kill();
+    startServer(options_, display_);
+}
+
 std::vector<std::uint32_t> XServer::cardinalProperty(std::uint32_t window,
                                                      const std::string& name) const {
     xcb_connection_t* connection = xcb_connect(display_.c_str(), nullptr);
@@ -241,6 +251,7 @@ GtkWindowFixture::GtkWindowFixture(const XServer& server, Options options) {
         arguments.push_back(options.typeHint);
     }
     if (options.keepAbove) arguments.push_back("--keep-above");
+    if (options.closeOnEnter) arguments.push_back("--close-on-enter");
     process_ = server.spawn(arguments, true);
     auto line = process_->readLine(20s);
     if (!line) throw std::runtime_error("the GTK fixture did not report its window");

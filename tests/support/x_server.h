@@ -77,19 +77,22 @@ class XServer {
                                         bool pipes = false) const;
     // Kills the server: the X connections of every client break.
     void kill();
+    // Starts a new server on the same display number (after `kill`), without a window manager.
+    void restart();
     // The 32-bit values of a window's property (CARDINAL, ATOM, WINDOW); empty when absent.
     std::vector<std::uint32_t> cardinalProperty(std::uint32_t window,
                                                 const std::string& name) const;
     bool windowManagerRunning() const { return windowManager_ != nullptr; }
 
   private:
-    void startServer(const Options& options);
+    void startServer(const Options& options, const std::string& display = "");
     void startWindowManager();
 
     std::string display_;
     std::string configDirectory_;
     std::unique_ptr<ChildProcess> server_;
     std::unique_ptr<ChildProcess> windowManager_;
+    Options options_;
 };
 
 // The small GTK application of tests/fixtures/gtk_window.py: one window of a given title,
@@ -107,6 +110,7 @@ class GtkWindowFixture {
         int y = 100;
         std::string typeHint;  // "", "dock", "dialog", "utility", ...
         bool keepAbove = false;
+        bool closeOnEnter = false;  // the window closes on a press of Enter, as dialogs do
     };
 
     GtkWindowFixture(const XServer& server, Options options);

@@ -1,6 +1,8 @@
 // An X server that goes away: commands that need it answer error records, the helper keeps
 // serving the others.
 
+#include <thread>
+
 #include <gtest/gtest.h>
 
 #include "support/helper_process.h"
@@ -25,6 +27,27 @@ TEST(X11ServerLossTest, CommandsAnswerErrorsAndTheHelperKeepsServing) {
     EXPECT_EQ(grab.header["error"], "X server connection lost");
     EXPECT_EQ(helper.request({{"cmd", "permission"}}).header["granted"], false);
     EXPECT_EQ(helper.request({{"cmd", "ping"}}).type(), "pong");
+}
+
+TEST(X11ServerLossTest, InputAnswersTheLostServerAndTheHelperReconnectsToARestartedOne) {
+    XServer server({.windowManager = false});
+    HelperProcess helper(x11HelperOptions(server));
+    const Json move = {{"kind", "mouse"}, {"action", "move"}, {"nx", 0.3}, {"ny", 0.3}};
+    const Json ok = {{"type", "input"}, {"ok", true}};
+    ASSERT_EQ(helper.request({{"cmd", "input_display"}, {"event", move}}).header, ok);
+
+    server.kill();
+    const Json lost = {{"type", "error"}, {"error", "X server connection lost"}};
+    EXPECT_EQ(helper.request({{"cmd", "input_display"}, {"event", move}}).header, lost);
+    EXPECT_EQ(helper.request({{"cmd", "input"}, {"id", 4}, {"event", move}}).header, lost);
+    EXPECT_EQ(helper.request({{"cmd", "activate"}, {"id", 4}}).header, lost);
+
+    // A desktop restarted on the same display is reached again by a request a second later.
+    server.restart();
+    std::this_thread::sleep_for(1100ms);
+    EXPECT_EQ(helper.request({{"cmd", "list"}}).type(), "windows");
+    EXPECT_EQ(helper.request({{"cmd", "input_display"}, {"event", move}}).header, ok);
+    EXPECT_EQ(helper.request({{"cmd", "permission"}}).header["granted"], true);
 }
 
 TEST(X11ServerLossTest, StartingWithoutAServerFailsWithOneLine) {

@@ -16,6 +16,7 @@
 #include "platform/x11/events_poster.h"
 #include "platform/x11/input_services.h"
 #include "platform/x11/window_list_queries.h"
+#include "platform/x11/window_list_raise.h"
 #include "support/x_server.h"
 #include "x11/input_test_support.h"
 
@@ -132,6 +133,8 @@ TEST_F(X11InputServicesTest, KeyEventsCarryingTextTypeItWithTheLayoutsKeys) {
         {" there, World!", true, "Hi there, World!"},
         {" ~{x}", true, "Hi there, World! ~{x}"},
         {" \u2713ok", false, "Hi there, World! ~{x} ok"},  // no key types a check mark
+        // An overlong "/" and a surrogate are not characters: nothing of them is typed.
+        {"\xC0\xAF\xED\xA0\x80.", false, "Hi there, World! ~{x} ok."},
     };
     for (const auto& c : cases) {
         SyntheticEvent down = keyEvent(0x00, true);
@@ -145,6 +148,46 @@ TEST_F(X11InputServicesTest, KeyEventsCarryingTextTypeItWithTheLayoutsKeys) {
             return r["text"] == c.expected;
         })) << c.expected;
     }
+}
+
+TEST_F(X11InputServicesTest, TextIsTypedWithTheKeysOfALayoutChosenAfterStart) {
+    InputFixture fixture(*server_, "Layout");
+    fixture.command("focus");
+    // The fixture focuses its entry in its own time; keys typed before would go elsewhere.
+    xcb_connection_t* c = connection_->raw();
+    for (int tries = 0; tries < 250; ++tries) {
+        // GTK focuses a child window of its own inside the top-level.
+        auto* focus = xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr);
+        auto* tree = focus != nullptr
+                         ? xcb_query_tree_reply(c, xcb_query_tree(c, focus->focus), nullptr)
+                         : nullptr;
+        const bool focused = tree != nullptr && (focus->focus == fixture.windowId() ||
+                                                 tree->parent == fixture.windowId());
+        std::free(tree);
+        std::free(focus);
+        if (focused) break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    auto poster = makeEventPoster(*connection_);
+    auto typeText = [&](const std::string& text) {
+        SyntheticEvent down = keyEvent(0x00, true);
+        down.unicode = text;
+        EXPECT_TRUE(poster->post(down, EventTarget::hid())) << text;
+    };
+    typeText("yz");
+    ASSERT_TRUE(fixture.until("text", [](const nlohmann::json& r) { return r["text"] == "yz"; }));
+    // On a German keyboard Y and Z swap places: the text stays the text.
+    auto layout = server_->spawn({"setxkbmap", "de"});
+    while (layout->running())
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    // The toolkit reads the new keymap in its own time (slowly on a loaded machine), and reads
+    // the keys typed next by it.
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    typeText("yz");
+    EXPECT_TRUE(fixture.until("text", [](const nlohmann::json& r) { return r["text"] == "yzyz"; }));
+    layout = server_->spawn({"setxkbmap", "us"});
+    while (layout->running())
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
 }
 
 TEST_F(X11InputServicesTest, HeldModifierIsARealKeyThatLaterEventsCarry) {
@@ -336,7 +379,8 @@ TEST_F(X11InputServicesTest, HiddenWindowIsStillDescribedWithItsOwner) {
 TEST_F(X11InputServicesTest, AccessibilityListsRaisesAndRefusesTheRest) {
     InputFixture back(*server_, "Back", 100, 100);
     InputFixture front(*server_, "Front", 150, 150);
-    auto accessibility = makeAccessibility(*connection_);
+    WindowRaiser raiser(*connection_);
+    auto accessibility = makeAccessibility(*connection_, raiser);
     auto application = accessibility->applicationElement(back.pid());
     auto windows = accessibility->copyAttribute(application, "AXWindows");
     ASSERT_TRUE(windows);
@@ -367,7 +411,8 @@ TEST_F(X11InputServicesTest, AccessibilityListsRaisesAndRefusesTheRest) {
 TEST_F(X11InputServicesTest, WorkspaceActivatesTheFrontMostWindowOfAProcess) {
     InputFixture back(*server_, "Back", 100, 100);
     InputFixture front(*server_, "Front", 150, 150);
-    auto workspace = makeWorkspace(*connection_);
+    WindowRaiser raiser(*connection_);
+    auto workspace = makeWorkspace(*connection_, raiser);
     ASSERT_EQ(clientWindowsFrontFirst(*connection_).front(), front.windowId());
     EXPECT_TRUE(workspace->activateApplication(back.pid()));
     EXPECT_EQ(clientWindowsFrontFirst(*connection_).front(), back.windowId());
@@ -396,12 +441,13 @@ TEST(X11InputWithoutWindowManagerTest, ActivationRestacksAndListsFollowTheRootsC
     InputFixture back(bare, "Back", 100, 100);
     InputFixture front(bare, "Front", 150, 150);
     ASSERT_EQ(clientWindowsFrontFirst(*connection).front(), front.windowId());
-    auto accessibility = makeAccessibility(*connection);
+    WindowRaiser raiser(*connection);
+    auto accessibility = makeAccessibility(*connection, raiser);
     auto windows =
         accessibility->copyAttribute(accessibility->applicationElement(back.pid()), "AXWindows");
     ASSERT_TRUE(windows);
     EXPECT_EQ(std::get<std::vector<AXElement>>(*windows).size(), 1u);
-    EXPECT_TRUE(makeWorkspace(*connection)->activateApplication(back.pid()));
+    EXPECT_TRUE(makeWorkspace(*connection, raiser)->activateApplication(back.pid()));
     EXPECT_EQ(clientWindowsFrontFirst(*connection).front(), back.windowId());
     // Without decorations the frame is the window itself.
     auto entry = makeWindowList(*connection)->describeWindow(back.windowId());
@@ -412,7 +458,8 @@ TEST(X11InputWithoutWindowManagerTest, ActivationRestacksAndListsFollowTheRootsC
 }
 
 TEST_F(X11InputServicesTest, LaunchTimeComesFromProcAndIsAbsentOnceTheProcessIsGone) {
-    auto workspace = makeWorkspace(*connection_);
+    WindowRaiser raiser(*connection_);
+    auto workspace = makeWorkspace(*connection_, raiser);
     const auto self = workspace->launchTime(getpid());
     ASSERT_TRUE(self);
     const double now = static_cast<double>(std::time(nullptr));

@@ -80,6 +80,13 @@ class SimEventPoster final : public EventPoster {
   public:
     explicit SimEventPoster(SceneStore& store) : store_(store) {}
     Status post(const SyntheticEvent& event, EventTarget target) override;
+    // The simulated desktop delivers events to no window: input addressed to a window never
+    // goes astray, and no key or button stays held. Nothing here is journalled.
+    Expected<bool> wouldReach(const SyntheticEvent&, std::uint32_t, std::int32_t) override {
+        return true;
+    }
+    void releaseIfHeld(const SyntheticEvent&) override {}
+    void releaseAllHeld() override {}
 
   private:
     SceneStore& store_;

@@ -37,7 +37,8 @@ Error unsupportedAttribute(std::string_view attribute) {
 // Everything else is unsupported. Stateless: safe from any thread.
 class X11WindowAccessibility final : public Accessibility {
   public:
-    explicit X11WindowAccessibility(X11Connection& connection) : connection_(connection) {}
+    X11WindowAccessibility(X11Connection& connection, WindowRaiser& raiser)
+        : connection_(connection), raiser_(raiser) {}
 
     AXElement applicationElement(std::int32_t pid) override {
         return std::make_shared<const ApplicationElement>(pid);
@@ -87,7 +88,9 @@ class X11WindowAccessibility final : public Accessibility {
         if (window == nullptr || action != "AXRaise")
             return Error{kAccessibilityErrorDomain, kActionUnsupported,
                          "action " + std::string(action) + " is not available on this desktop"};
-        if (!raiseClientWindow(connection_, window->window))
+        // A window that did not come forward was still raised as far as the action goes;
+        // whether input reaches it is for the caller to ask.
+        if (raiser_.raise(window->window) == WindowRaiser::Outcome::Gone)
             return Error{kAccessibilityErrorDomain, kInvalidElement, "the window is gone"};
         return Status::success();
     }
@@ -113,12 +116,13 @@ class X11WindowAccessibility final : public Accessibility {
     }
 
     X11Connection& connection_;
+    WindowRaiser& raiser_;
 };
 
 }  // namespace
 
-std::unique_ptr<Accessibility> makeAccessibility(X11Connection& connection) {
-    return std::make_unique<X11WindowAccessibility>(connection);
+std::unique_ptr<Accessibility> makeAccessibility(X11Connection& connection, WindowRaiser& raiser) {
+    return std::make_unique<X11WindowAccessibility>(connection, raiser);
 }
 
 }  // namespace brindlemar::platform::x11

@@ -35,54 +35,85 @@ Expected<std::unique_ptr<X11Connection>> X11Connection::open(const char* display
     if (name == nullptr || *name == '\0') {
         return Error{kX11Domain, 1, "DISPLAY is not set: no X server to connect to"};
     }
-    int screenNumber = 0;
-    xcb_connection_t* connection = xcb_connect(name, &screenNumber);
-    if (int failure = xcb_connection_has_error(connection); failure != 0) {
-        xcb_disconnect(connection);
-        return Error{kX11Domain, failure,
-                     "cannot connect to the X server at DISPLAY " + std::string(name)};
-    }
-    auto result = std::unique_ptr<X11Connection>(new X11Connection(connection, screenNumber, name));
-    if (result->screen_ == nullptr) {
-        return Error{kX11Domain, 1,
-                     "the X server at " + std::string(name) + " has no screen " +
-                         std::to_string(screenNumber)};
-    }
-    result->queryExtensions();
-    if (!result->sync()) return lostError();
+    auto link = connect(name);
+    if (!link) return std::move(link).takeError();
+    auto result = std::unique_ptr<X11Connection>(new X11Connection(name));
+    result->link_.store(link->get(), std::memory_order_release);
+    MutexLock lock(result->reconnectLock_);
+    result->links_.push_back(std::move(*link));
     return result;
 }
 
-X11Connection::X11Connection(xcb_connection_t* connection, int screenNumber,
-                             std::string displayName)
-    : connection_(connection),
-      screen_(screenOfNumber(connection, screenNumber)),
-      screenNumber_(screenNumber),
-      displayName_(std::move(displayName)) {}
-
-X11Connection::~X11Connection() {
-    if (ewmhReady_) xcb_ewmh_connection_wipe(&ewmh_);
-    xcb_disconnect(connection_);
+Expected<std::unique_ptr<X11Connection::Link>> X11Connection::connect(
+    const std::string& displayName) {
+    auto link = std::make_unique<Link>();
+    link->connection = xcb_connect(displayName.c_str(), &link->screenNumber);
+    if (int failure = xcb_connection_has_error(link->connection); failure != 0) {
+        return Error{kX11Domain, failure,
+                     "cannot connect to the X server at DISPLAY " + displayName};
+    }
+    link->screen = screenOfNumber(link->connection, link->screenNumber);
+    if (link->screen == nullptr) {
+        return Error{kX11Domain, 1,
+                     "the X server at " + displayName + " has no screen " +
+                         std::to_string(link->screenNumber)};
+    }
+    queryExtensions(*link);
+    XcbReply<xcb_get_input_focus_reply_t> reply(xcb_get_input_focus_reply(
+        link->connection, xcb_get_input_focus(link->connection), nullptr));
+    if (!reply || xcb_connection_has_error(link->connection) != 0) return lostError();
+    return link;
 }
 
-void X11Connection::queryExtensions() {
-    // Send every query first and collect the replies after, so connecting costs one round trip.
-    xcb_prefetch_extension_data(connection_, &xcb_randr_id);
-    xcb_prefetch_extension_data(connection_, &xcb_shm_id);
-    xcb_prefetch_extension_data(connection_, &xcb_composite_id);
-    xcb_prefetch_extension_data(connection_, &xcb_xfixes_id);
-    xcb_prefetch_extension_data(connection_, &xcb_input_id);
-    xcb_prefetch_extension_data(connection_, &xcb_test_id);
-    xcb_prefetch_extension_data(connection_, &xcb_res_id);
-    auto ewmhCookies = xcb_ewmh_init_atoms(connection_, &ewmh_);
+X11Connection::Link::~Link() {
+    if (ewmhReady) xcb_ewmh_connection_wipe(&ewmh);
+    xcb_disconnect(connection);
+}
 
-    const bool hasRandr = present(connection_, &xcb_randr_id);
-    const bool hasShm = present(connection_, &xcb_shm_id);
-    const bool hasComposite = present(connection_, &xcb_composite_id);
-    const bool hasXfixes = present(connection_, &xcb_xfixes_id);
-    const bool hasInput = present(connection_, &xcb_input_id);
-    const bool hasTest = present(connection_, &xcb_test_id);
-    const bool hasRes = present(connection_, &xcb_res_id);
+X11Connection::~X11Connection() = default;
+
+Status X11Connection::reconnectIfLost() {
+    if (!lost()) return Status::success();
+    MutexLock lock(reconnectLock_);
+    if (!lost()) return Status::success();  // another thread was first
+    const auto now = std::chrono::steady_clock::now();
+    if (lastAttempt_ != std::chrono::steady_clock::time_point{} &&
+        now - lastAttempt_ < kReconnectInterval)
+        return lostError();
+    lastAttempt_ = now;
+    auto fresh = connect(displayName_);
+    if (!fresh) return lostError();
+    link_.store(fresh->get(), std::memory_order_release);
+    links_.push_back(std::move(*fresh));
+    {
+        // Atoms are the server's: the new one numbers them its own way.
+        MutexLock atoms(atomLock_);
+        atoms_.clear();
+    }
+    generation_.fetch_add(1, std::memory_order_acq_rel);
+    return Status::success();
+}
+
+void X11Connection::queryExtensions(Link& link) {
+    xcb_connection_t* c = link.connection;
+    X11Extensions& extensions = link.extensions;
+    // Send every query first and collect the replies after, so connecting costs one round trip.
+    xcb_prefetch_extension_data(c, &xcb_randr_id);
+    xcb_prefetch_extension_data(c, &xcb_shm_id);
+    xcb_prefetch_extension_data(c, &xcb_composite_id);
+    xcb_prefetch_extension_data(c, &xcb_xfixes_id);
+    xcb_prefetch_extension_data(c, &xcb_input_id);
+    xcb_prefetch_extension_data(c, &xcb_test_id);
+    xcb_prefetch_extension_data(c, &xcb_res_id);
+    auto ewmhCookies = xcb_ewmh_init_atoms(c, &link.ewmh);
+
+    const bool hasRandr = present(c, &xcb_randr_id);
+    const bool hasShm = present(c, &xcb_shm_id);
+    const bool hasComposite = present(c, &xcb_composite_id);
+    const bool hasXfixes = present(c, &xcb_xfixes_id);
+    const bool hasInput = present(c, &xcb_input_id);
+    const bool hasTest = present(c, &xcb_test_id);
+    const bool hasRes = present(c, &xcb_res_id);
 
     // Each extension must be told the version the client speaks before it is used.
     xcb_randr_query_version_cookie_t randr{};
@@ -92,73 +123,74 @@ void X11Connection::queryExtensions() {
     xcb_input_xi_query_version_cookie_t input{};
     xcb_test_get_version_cookie_t test{};
     xcb_res_query_version_cookie_t res{};
-    if (hasRandr) randr = xcb_randr_query_version(connection_, 1, 5);
-    if (hasShm) shm = xcb_shm_query_version(connection_);
-    if (hasComposite) composite = xcb_composite_query_version(connection_, 0, 4);
-    if (hasXfixes) xfixes = xcb_xfixes_query_version(connection_, 5, 0);
-    if (hasInput) input = xcb_input_xi_query_version(connection_, 2, 2);
-    if (hasTest) test = xcb_test_get_version(connection_, 2, 2);
-    if (hasRes) res = xcb_res_query_version(connection_, 1, 2);
+    if (hasRandr) randr = xcb_randr_query_version(c, 1, 5);
+    if (hasShm) shm = xcb_shm_query_version(c);
+    if (hasComposite) composite = xcb_composite_query_version(c, 0, 4);
+    if (hasXfixes) xfixes = xcb_xfixes_query_version(c, 5, 0);
+    if (hasInput) input = xcb_input_xi_query_version(c, 2, 2);
+    if (hasTest) test = xcb_test_get_version(c, 2, 2);
+    if (hasRes) res = xcb_res_query_version(c, 1, 2);
 
     if (hasRandr) {
         XcbReply<xcb_randr_query_version_reply_t> reply(
-            xcb_randr_query_version_reply(connection_, randr, nullptr));
-        extensions_.randr15 = reply && (reply->major_version > 1 ||
-                                        (reply->major_version == 1 && reply->minor_version >= 5));
+            xcb_randr_query_version_reply(c, randr, nullptr));
+        extensions.randr15 = reply && (reply->major_version > 1 ||
+                                       (reply->major_version == 1 && reply->minor_version >= 5));
     }
     if (hasShm) {
-        XcbReply<xcb_shm_query_version_reply_t> reply(
-            xcb_shm_query_version_reply(connection_, shm, nullptr));
-        extensions_.shm = reply != nullptr;
+        XcbReply<xcb_shm_query_version_reply_t> reply(xcb_shm_query_version_reply(c, shm, nullptr));
+        extensions.shm = reply != nullptr;
     }
     if (hasComposite) {
         XcbReply<xcb_composite_query_version_reply_t> reply(
-            xcb_composite_query_version_reply(connection_, composite, nullptr));
-        extensions_.composite = reply && (reply->major_version > 0 || reply->minor_version >= 2);
+            xcb_composite_query_version_reply(c, composite, nullptr));
+        extensions.composite = reply && (reply->major_version > 0 || reply->minor_version >= 2);
     }
     if (hasXfixes) {
         XcbReply<xcb_xfixes_query_version_reply_t> reply(
-            xcb_xfixes_query_version_reply(connection_, xfixes, nullptr));
-        extensions_.xfixes = reply && reply->major_version >= 1;
+            xcb_xfixes_query_version_reply(c, xfixes, nullptr));
+        extensions.xfixes = reply && reply->major_version >= 1;
     }
     if (hasInput) {
         XcbReply<xcb_input_xi_query_version_reply_t> reply(
-            xcb_input_xi_query_version_reply(connection_, input, nullptr));
-        extensions_.xinput2 = reply && reply->major_version >= 2;
+            xcb_input_xi_query_version_reply(c, input, nullptr));
+        extensions.xinput2 = reply && reply->major_version >= 2;
     }
     if (hasTest) {
-        XcbReply<xcb_test_get_version_reply_t> reply(
-            xcb_test_get_version_reply(connection_, test, nullptr));
-        extensions_.xtest = reply != nullptr;
+        XcbReply<xcb_test_get_version_reply_t> reply(xcb_test_get_version_reply(c, test, nullptr));
+        extensions.xtest = reply != nullptr;
     }
     if (hasRes) {
-        XcbReply<xcb_res_query_version_reply_t> reply(
-            xcb_res_query_version_reply(connection_, res, nullptr));
-        extensions_.resource = reply && (reply->server_major > 1 ||
-                                         (reply->server_major == 1 && reply->server_minor >= 2));
+        XcbReply<xcb_res_query_version_reply_t> reply(xcb_res_query_version_reply(c, res, nullptr));
+        extensions.resource = reply && (reply->server_major > 1 ||
+                                        (reply->server_major == 1 && reply->server_minor >= 2));
     }
-    ewmhReady_ = xcb_ewmh_init_atoms_replies(&ewmh_, ewmhCookies, nullptr) != 0;
+    link.ewmhReady = xcb_ewmh_init_atoms_replies(&link.ewmh, ewmhCookies, nullptr) != 0;
 }
 
 xcb_atom_t X11Connection::atom(std::string_view name) {
     {
-        std::lock_guard lock(atomLock_);
+        MutexLock lock(atomLock_);
         if (auto found = atoms_.find(name); found != atoms_.end()) return found->second;
     }
     // Interned outside the lock: two threads asking for the same new name both get its atom.
+    Link& asked = link();
     auto cookie =
-        xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.data());
-    XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection_, cookie, nullptr));
+        xcb_intern_atom(asked.connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
+    XcbReply<xcb_intern_atom_reply_t> reply(
+        xcb_intern_atom_reply(asked.connection, cookie, nullptr));
     if (!reply) return XCB_ATOM_NONE;
-    std::lock_guard lock(atomLock_);
-    atoms_.emplace(std::string(name), reply->atom);
+    MutexLock lock(atomLock_);
+    // An atom of a server that has been replaced meanwhile is not kept for the new one.
+    if (&asked == &link()) atoms_.emplace(std::string(name), reply->atom);
     return reply->atom;
 }
 
 bool X11Connection::lost() const {
-    if (lost_.load(std::memory_order_relaxed)) return true;
-    if (xcb_connection_has_error(connection_) != 0) {
-        lost_.store(true, std::memory_order_relaxed);
+    const Link& current = link();
+    if (current.lost.load(std::memory_order_relaxed)) return true;
+    if (xcb_connection_has_error(current.connection) != 0) {
+        current.lost.store(true, std::memory_order_relaxed);
         return true;
     }
     return false;
@@ -185,8 +217,9 @@ Error X11Connection::requestError(std::string_view what, const xcb_generic_error
 }
 
 bool X11Connection::sync() {
+    xcb_connection_t* c = raw();
     XcbReply<xcb_get_input_focus_reply_t> reply(
-        xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+        xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
     return reply != nullptr && !lost();
 }
 

@@ -4,14 +4,17 @@
 #include <xcb/xcb_ewmh.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/error.h"
+#include "base/mutex.h"
 #include "platform/x11/xcb_reply.h"
 
 namespace brindlemar::platform::x11 {
@@ -36,9 +39,13 @@ struct X11Extensions {
 // from any thread. The atom cache is guarded by `atomLock_`. Nothing here reads the event queue;
 // a service that selects events owns reading them.
 //
-// When the server goes away (it exits or the socket breaks) the connection becomes "lost" for
-// good: `check()` and every helper that needs a reply fail with "X server connection lost", and
-// the helper keeps serving commands that do not need the server.
+// When the server goes away (it exits or the socket breaks) the connection becomes "lost":
+// `check()` and every helper that needs a reply fail with "X server connection lost", and the
+// helper keeps serving commands that do not need the server. `reconnectIfLost()` then connects
+// again to the same display, at most once a second, so a helper outlives a restarted desktop.
+// Each connection made is kept until this object goes away, because another thread may still
+// be in the middle of a call on the one that was replaced; `generation()` tells the services
+// that keep state of the server (a keymap, shared memory, caches) to rebuild it.
 class X11Connection {
   public:
     // Connects to `displayName` (the DISPLAY variable when null). Fails with one line when
@@ -49,13 +56,13 @@ class X11Connection {
     X11Connection(const X11Connection&) = delete;
     X11Connection& operator=(const X11Connection&) = delete;
 
-    xcb_connection_t* raw() const { return connection_; }
-    xcb_screen_t* screen() const { return screen_; }
-    xcb_window_t root() const { return screen_->root; }
-    int screenNumber() const { return screenNumber_; }
-    const X11Extensions& extensions() const { return extensions_; }
+    xcb_connection_t* raw() const { return link().connection; }
+    xcb_screen_t* screen() const { return link().screen; }
+    xcb_window_t root() const { return link().screen->root; }
+    int screenNumber() const { return link().screenNumber; }
+    const X11Extensions& extensions() const { return link().extensions; }
     // The EWMH atoms and helpers of xcb-ewmh, initialised on this connection.
-    xcb_ewmh_connection_t* ewmh() { return &ewmh_; }
+    xcb_ewmh_connection_t* ewmh() { return &link().ewmh; }
     const std::string& displayName() const { return displayName_; }
 
     // The atom of `name`, interned once and cached; XCB_ATOM_NONE when the server is gone.
@@ -74,21 +81,45 @@ class X11Connection {
     // Waits for all requests sent so far to be processed; false when the server is gone.
     bool sync();
 
+    // Success while connected. Once the connection is lost, connects again to the same display
+    // (at most once a second: a server that is not back yet costs one failed connect a second)
+    // and succeeds when that worked; else the lost error.
+    Status reconnectIfLost();
+    // Starts at 0 and grows by one with every reconnection.
+    std::uint64_t generation() const { return generation_.load(std::memory_order_acquire); }
+
+    // The shortest time between two attempts to connect again.
+    static constexpr std::chrono::seconds kReconnectInterval{1};
+
   private:
-    X11Connection(xcb_connection_t* connection, int screenNumber, std::string displayName);
-    void queryExtensions();
+    // One connection to the server with what was learnt about it when it was made.
+    struct Link {
+        ~Link();
+        xcb_connection_t* connection = nullptr;
+        xcb_screen_t* screen = nullptr;
+        int screenNumber = 0;
+        X11Extensions extensions;
+        xcb_ewmh_connection_t ewmh{};
+        bool ewmhReady = false;
+        mutable std::atomic<bool> lost{false};
+    };
 
-    xcb_connection_t* connection_ = nullptr;
-    xcb_screen_t* screen_ = nullptr;
-    int screenNumber_ = 0;
-    std::string displayName_;
-    X11Extensions extensions_;
-    xcb_ewmh_connection_t ewmh_{};
-    bool ewmhReady_ = false;
+    explicit X11Connection(std::string displayName) : displayName_(std::move(displayName)) {}
+    static Expected<std::unique_ptr<Link>> connect(const std::string& displayName);
+    static void queryExtensions(Link& link);
+    Link& link() const { return *link_.load(std::memory_order_acquire); }
 
-    std::mutex atomLock_;  // guards atoms_
-    std::map<std::string, xcb_atom_t, std::less<>> atoms_;
-    mutable std::atomic<bool> lost_{false};
+    const std::string displayName_;
+    std::atomic<Link*> link_{nullptr};
+    std::atomic<std::uint64_t> generation_{0};
+
+    Mutex reconnectLock_;
+    // Every link made, the current one last; kept until the end (see above).
+    std::vector<std::unique_ptr<Link>> links_ GUARDED_BY(reconnectLock_);
+    std::chrono::steady_clock::time_point lastAttempt_ GUARDED_BY(reconnectLock_);
+
+    Mutex atomLock_;
+    std::map<std::string, xcb_atom_t, std::less<>> atoms_ GUARDED_BY(atomLock_);
 };
 
 }  // namespace brindlemar::platform::x11

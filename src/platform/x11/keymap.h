@@ -7,25 +7,13 @@
 #include <span>
 #include <vector>
 
+#include "platform/x11/key_code_table.h"
+
 namespace brindlemar::platform::x11 {
 
-// One physical key: the system's virtual key code and the Linux evdev code of the key at the
-// same position on a PC keyboard. X servers running the evdev keycodes use evdev + 8.
-struct KeyPosition {
-    std::uint16_t virtualKey;
-    std::uint16_t evdev;
-};
-
-// Every key of the protocol's key table, by position.
-std::span<const KeyPosition> keyPositions();
-
-// The evdev code at the position of a virtual key code; absent for a code with no key.
-std::optional<std::uint16_t> evdevCodeFor(std::uint16_t virtualKey);
-
-inline constexpr std::uint16_t kEvdevToX11Offset = 8;
-
 // What the server's keyboard mapping looks like, as far as key positions go: which X keycode
-// presses the key at each position. Built once from the core keyboard mapping of the server.
+// presses the key at each position. Built from the core keyboard mapping of the server as it is
+// when read; the poster reads it again when the server announces a change.
 class ServerKeymap {
   public:
     // Reads the core keyboard mapping of the server (one round trip).

@@ -4,39 +4,10 @@
 
 #include <algorithm>
 
+#include "base/utf8.h"
 #include "platform/x11/xcb_reply.h"
 
 namespace brindlemar::platform::x11 {
-namespace {
-
-// Decodes the next UTF-8 scalar value at `text[at]` and advances `at`; none for an invalid or
-// truncated sequence, of which one byte is skipped.
-std::optional<char32_t> nextCodePoint(std::string_view text, std::size_t& at) {
-    const auto lead = static_cast<unsigned char>(text[at]);
-    int length = lead < 0x80           ? 1
-                 : (lead >> 5) == 0x6  ? 2
-                 : (lead >> 4) == 0xE  ? 3
-                 : (lead >> 3) == 0x1E ? 4
-                                       : 0;
-    if (length == 0 || at + static_cast<std::size_t>(length) > text.size()) {
-        ++at;
-        return std::nullopt;
-    }
-    char32_t value = length == 1 ? lead : lead & (0x7F >> length);
-    for (int i = 1; i < length; ++i) {
-        const auto next = static_cast<unsigned char>(text[at + static_cast<std::size_t>(i)]);
-        if ((next & 0xC0) != 0x80) {
-            ++at;
-            return std::nullopt;
-        }
-        value = (value << 6) | (next & 0x3F);
-    }
-    at += static_cast<std::size_t>(length);
-    return value;
-}
-
-}  // namespace
-
 xcb_keysym_t keysymOfCodePoint(char32_t codePoint) {
     switch (codePoint) {
         case '\n':
@@ -83,9 +54,10 @@ void TextTyper::fake(std::uint8_t type, xcb_keycode_t keycode) const {
 bool TextTyper::type(std::string_view utf8) const {
     bool complete = true;
     for (std::size_t at = 0; at < utf8.size();) {
-        const auto codePoint = nextCodePoint(utf8, at);
+        const Utf8Step step = decodeUtf8At(utf8, at);
+        at += step.length;
         const auto stroke =
-            codePoint ? strokes_.find(keysymOfCodePoint(*codePoint)) : strokes_.end();
+            step.codePoint ? strokes_.find(keysymOfCodePoint(*step.codePoint)) : strokes_.end();
         if (stroke == strokes_.end() || (stroke->second.shifted && !shift_)) {
             complete = false;
             continue;

@@ -11,8 +11,9 @@ namespace brindlemar::platform::x11 {
 
 // Types text through the keys of the server's keymap: each character is the key whose first
 // level (plain) or second level (with Shift) carries its keysym. Characters that no key of the
-// current layout produces are skipped. Built once from the core keyboard mapping; read-only
-// afterwards, so safe from any thread.
+// current layout produces are skipped, and so are bytes that are not valid UTF-8. Built from the
+// core keyboard mapping as it is when constructed (the poster builds a new one when the mapping
+// changes); read-only afterwards, so safe from any thread.
 class TextTyper {
   public:
     TextTyper(xcb_connection_t* connection, std::optional<xcb_keycode_t> shiftKeycode);

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "base/utf8.h"
+
 namespace brindlemar::platform::x11 {
 
 namespace {
@@ -16,32 +18,6 @@ void appendLatin1(std::string& out, unsigned char code) {
         out.push_back(static_cast<char>(0xC0 | (code >> 6)));
         out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
     }
-}
-
-// Length of the valid UTF-8 sequence at the start of `text`, 0 when it is not one.
-std::size_t validSequenceLength(std::string_view text) {
-    auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char lead = byte(0);
-    if (lead < 0x80) return 1;
-    std::size_t length = 0;
-    std::uint32_t minimum = 0;
-    std::uint32_t code = 0;
-    if ((lead & 0xE0) == 0xC0) {
-        length = 2, minimum = 0x80, code = lead & 0x1F;
-    } else if ((lead & 0xF0) == 0xE0) {
-        length = 3, minimum = 0x800, code = lead & 0x0F;
-    } else if ((lead & 0xF8) == 0xF0) {
-        length = 4, minimum = 0x10000, code = lead & 0x07;
-    } else {
-        return 0;
-    }
-    if (text.size() < length) return 0;
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80) return 0;
-        code = (code << 6) | (byte(i) & 0x3F);
-    }
-    if (code < minimum || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) return 0;
-    return length;
 }
 
 }  // namespace
@@ -102,15 +78,13 @@ std::string compoundTextToUtf8(std::string_view text) {
 std::string validUtf8(std::string_view text) {
     std::string out;
     out.reserve(text.size());
-    while (!text.empty()) {
-        std::size_t length = validSequenceLength(text);
-        if (length == 0) {
+    for (std::size_t at = 0; at < text.size();) {
+        const Utf8Step step = decodeUtf8At(text, at);
+        if (step.codePoint)
+            out.append(text.substr(at, step.length));
+        else
             out += kReplacement;
-            length = 1;
-        } else {
-            out.append(text.substr(0, length));
-        }
-        text.remove_prefix(length);
+        at += step.length;
     }
     return out;
 }

@@ -1,4 +1,5 @@
 #include <unistd.h>
+#include <xcb/xcb_ewmh.h>
 
 #include <cstdlib>
 #include <fstream>
@@ -48,10 +49,12 @@ std::optional<double> startTicks(std::int32_t pid) {
 }
 
 // Applications are processes; their launch time comes from /proc, and activating one brings
-// its front-most window forward. Stateless: safe from any thread.
+// its front-most window forward, unless one of its windows is the active one already.
+// Stateless: safe from any thread.
 class X11Workspace final : public Workspace {
   public:
-    explicit X11Workspace(X11Connection& connection) : connection_(connection) {}
+    X11Workspace(X11Connection& connection, WindowRaiser& raiser)
+        : connection_(connection), raiser_(raiser) {}
 
     std::optional<double> launchTime(std::int32_t pid) override {
         if (pid <= 0) return std::nullopt;
@@ -64,8 +67,9 @@ class X11Workspace final : public Workspace {
 
     bool activateApplication(std::int32_t pid) override {
         if (pid <= 0 || connection_.lost()) return false;
+        if (activeWindowOwnedBy(pid)) return true;
         const auto windows = clientWindowsOfPid(connection_, pid);
-        return !windows.empty() && raiseClientWindow(connection_, windows.front());
+        return !windows.empty() && raiser_.raise(windows.front()) != WindowRaiser::Outcome::Gone;
     }
 
     // The owner of the window the window manager names active (_NET_ACTIVE_WINDOW).
@@ -82,13 +86,25 @@ class X11Workspace final : public Workspace {
     }
 
   private:
+    bool activeWindowOwnedBy(std::int32_t pid) {
+        xcb_ewmh_connection_t* ewmh = connection_.ewmh();
+        xcb_window_t active = XCB_WINDOW_NONE;
+        if (xcb_ewmh_get_active_window_reply(
+                ewmh, xcb_ewmh_get_active_window(ewmh, connection_.screenNumber()), &active,
+                nullptr) == 0 ||
+            active == XCB_WINDOW_NONE)
+            return false;
+        return ownerPid(connection_, active) == pid;
+    }
+
     X11Connection& connection_;
+    WindowRaiser& raiser_;
 };
 
 }  // namespace
 
-std::unique_ptr<Workspace> makeWorkspace(X11Connection& connection) {
-    return std::make_unique<X11Workspace>(connection);
+std::unique_ptr<Workspace> makeWorkspace(X11Connection& connection, WindowRaiser& raiser) {
+    return std::make_unique<X11Workspace>(connection, raiser);
 }
 
 }  // namespace brindlemar::platform::x11

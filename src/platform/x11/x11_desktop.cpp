@@ -8,6 +8,7 @@
 #include "platform/x11/input_services.h"
 #include "platform/x11/permissions.h"
 #include "platform/x11/screenshots.h"
+#include "platform/x11/window_list_raise.h"
 #include "platform/x11/x11_backend.h"
 
 namespace brindlemar::platform::x11 {
@@ -23,10 +24,11 @@ class X11Desktop final : public Desktop {
           permissions_(*connection_),
           catalogue_(*connection_),
           screenshots_(*connection_),
+          raiser_(*connection_),
           events_(makeEventPoster(*connection_)),
           windowList_(makeWindowList(*connection_)),
-          accessibility_(makeAccessibility(*connection_)),
-          workspace_(makeWorkspace(*connection_)),
+          accessibility_(makeAccessibility(*connection_, raiser_)),
+          workspace_(makeWorkspace(*connection_, raiser_)),
           pasteboards_(makePasteboards(*connection_)),
           session_(makeUserSession(*connection_)) {}
 
@@ -41,6 +43,7 @@ class X11Desktop final : public Desktop {
     Accessibility& accessibility() override { return *accessibility_; }
     Pasteboards& pasteboards() override { return *pasteboards_; }
     UserSession& session() override { return *session_; }
+    Status reachable() override { return connection_->reconnectIfLost(); }
 
   private:
     std::unique_ptr<X11Connection> connection_;
@@ -49,6 +52,7 @@ class X11Desktop final : public Desktop {
     X11CaptureCatalogue catalogue_;
     X11ScreenshotService screenshots_;
     LinuxCodeSigning codeSigning_;
+    WindowRaiser raiser_;
     std::unique_ptr<EventPoster> events_;
     std::unique_ptr<WindowList> windowList_;
     std::unique_ptr<Accessibility> accessibility_;
